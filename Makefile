@@ -1,0 +1,48 @@
+# pixelbridge: `make test` builds and tests both ABIs; `make demo` runs the main job.
+PACKAGES := cmake g++ g++-multilib qemu-user libgd-dev googletest libgtest-dev
+JOBS ?= $(shell nproc)
+NATIVE := build/native
+I386 := build/i386
+
+.PHONY: all test demo deps native i386 test-native test-i386 clean
+
+all: native
+
+test: deps
+	$(MAKE) test-native
+	$(MAKE) test-i386
+
+# Installs the Debian packages the build needs when run as root; otherwise names them.
+deps:
+	@missing=""; \
+	for p in $(PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then \
+	  if [ "$$(id -u)" = 0 ]; then \
+	    echo "installing:$$missing"; \
+	    apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing >/dev/null; \
+	  else echo "missing packages:$$missing (run make as root to install them)"; exit 1; fi; \
+	fi
+
+$(NATIVE)/CMakeCache.txt:
+	cmake -S . -B $(NATIVE) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+$(I386)/CMakeCache.txt:
+	cmake -S . -B $(I386) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_TOOLCHAIN_FILE=cmake/i386-linux.cmake
+
+native: $(NATIVE)/CMakeCache.txt
+	cmake --build $(NATIVE) -j$(JOBS)
+
+i386: $(I386)/CMakeCache.txt
+	cmake --build $(I386) -j$(JOBS)
+
+test-native: native
+	ctest --test-dir $(NATIVE) --output-on-failure -j$(JOBS)
+
+test-i386: i386
+	ctest --test-dir $(I386) --output-on-failure -j$(JOBS)
+
+demo: deps native
+	$(NATIVE)/pixelhost info
+
+clean:
+	rm -rf build

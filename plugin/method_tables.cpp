@@ -1,0 +1,132 @@
+// The static registration tables: 32 global methods and the extension of "Picture".
+#include "plugin/registration.h"
+
+namespace {
+constexpr RecordWord kUnfixedMethodFlags = 0x40000;
+
+// Conversions whose issue hasn't landed yet answer with the method's failure result.
+extern "C" bool PendingCopyMethod() { return false; }
+extern "C" REALpictureStruct* PendingPictureMethod() { return nullptr; }
+
+template <typename Function>
+REALmethodDefinition Method(Function* function, const char* declaration) {
+  return {reinterpret_cast<void*>(function), 0, declaration, kUnfixedMethodFlags, 0, 0};
+}
+}  // namespace
+
+REALmethodDefinition globalMethods[kGlobalMethodCount] = {
+    Method(PendingPictureMethod,
+           "PtrARGBtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "PtrABGRtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "PtrBGRAtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "PtrRGBAtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer, FlipVertically as boolean=false) as picture"),
+    Method(PendingPictureMethod,
+           "PtrBGRtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "PtrRGBtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "PtrARGBtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "PtrABGRtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "PtrBGRAtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "PtrRGBAtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, FlipVertically as boolean=false) as picture"),
+    Method(PendingPictureMethod,
+           "PtrBGRtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "PtrRGBtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "PtrARGBtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, LittleEndian as boolean) as picture"),
+    Method(PendingPictureMethod,
+           "PtrGrayToPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, PixelByteSize as integer) as picture"),
+    Method(PendingPictureMethod,
+           "PtrGrayToPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, PixelByteSize as integer, Red as integer, Blue as integer, Green as integer) as picture"),
+    Method(PendingPictureMethod,
+           "PtrGrayToPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, PixelByteSize as integer, Red() as integer, Blue() as integer, Green() as integer) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockARGBtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockABGRtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockBGRAtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockRGBAtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, height as integer, FlipVertically as boolean=false) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockBGRtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockRGBtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockARGBtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockABGRtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockBGRAtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockRGBAtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, FlipVertically as boolean=false) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockBGRtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockRGBtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockARGBtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, LittleEndian as boolean) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockGrayToPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, PixelByteSize as integer) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockGrayToPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, PixelByteSize as integer, Red as integer, Blue as integer, Green as integer) as picture"),
+    Method(PendingPictureMethod,
+           "MemoryblockGrayToPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, PixelByteSize as integer, Red() as integer, Blue() as integer, Green() as integer) as picture"),
+};
+
+REALmethodDefinition pictureMethods[kPictureMethodCount] = {
+    Method(PendingCopyMethod,
+           "CopyRGBtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyBGRtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyARGBtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyABGRtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyRGBAtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyBGRAtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyARGBtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyABGRtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyRGBAtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyBGRAtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyXRGBtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyXBGRtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyRGBXtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyBGRXtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyARGBtoMemoryblockQZV(destination as memoryblock, offset as integer, LittleEndian as boolean, AlphaValue as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyRtoMemoryblockQZV(destination as memoryblock, offset as integer, PixelByteSize as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyGtoMemoryblockQZV(destination as memoryblock, offset as integer, PixelByteSize as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    Method(PendingCopyMethod,
+           "CopyBtoMemoryblockQZV(destination as memoryblock, offset as integer, PixelByteSize as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+};
+
+REALclassDefinition pictureClass = {
+    12,                                    // version, set to the control version at entry
+    "Picture",                             // the host class extended
+    {},                                    // carried over
+    nullptr, 0,                            // properties
+    pictureMethods, kPictureMethodCount,   // methods
+    nullptr, 0, {}, nullptr, 0, nullptr, 0,
+    kUnfixedMethodFlags,                   // flags
+    nullptr, 0, nullptr, 0,
+};

@@ -1,0 +1,383 @@
+// Loading the plug-in, capturing its registrations, calling its methods and auditing
+// references and locks around every call.
+#include "refhost/host.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <map>
+#include <sstream>
+
+#include "refhost/host_function_table.h"
+
+#ifndef PIXELBRIDGE_DEFAULT_PLUGIN
+#define PIXELBRIDGE_DEFAULT_PLUGIN "libpixelbridge.so"
+#endif
+
+namespace refhost {
+namespace {
+
+Host* gCurrentHost = nullptr;
+
+void* ResolveForPlugin(const char* name) {
+  return gCurrentHost != nullptr ? gCurrentHost->Resolve(name) : nullptr;
+}
+
+const char* const kExceptionClasses[] = {"RuntimeException", "NilObjectException",
+                                         "UnsupportedOperationException", "OutOfBoundsException"};
+const char* const kObjectClasses[] = {"Picture", "Graphics", "MemoryBlock"};
+
+std::string Describe(const Object& object) {
+  std::ostringstream text;
+  text << "#" << object.id() << " (" << object.class_name() << ")";
+  return text.str();
+}
+
+}  // namespace
+
+struct Host::Audit {
+  std::map<int, std::pair<int, int>> held;  // id → references, locks
+  int last_id = 0;
+};
+
+Host::Host(HostConfig config) : config_(std::move(config)) {
+  if (gCurrentHost != nullptr) {
+    fprintf(stderr, "refhost: only one host per process\n");
+    abort();
+  }
+  gCurrentHost = this;
+}
+
+Host::~Host() {
+  objects_.clear();
+  gCurrentHost = nullptr;
+}
+
+Host* Host::Current() { return gCurrentHost; }
+
+bool Host::Open(std::string* error) {
+  const std::string path = config_.plugin_path.empty() ? PIXELBRIDGE_DEFAULT_PLUGIN : config_.plugin_path;
+  library_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library_ == nullptr) {
+    if (error) *error = "cannot load plug-in [" + path + "]: " + dlerror();
+    return false;
+  }
+  entry_ = reinterpret_cast<void (*)(void* (*)(const char*))>(dlsym(library_, "REALPluginMain"));
+  if (entry_ == nullptr) {
+    if (error) *error = "no entry point [REALPluginMain] in plug-in [" + path + "]";
+    return false;
+  }
+  return true;
+}
+
+bool Host::Start(std::string* error) {
+  if (entry_ == nullptr) {
+    if (error) *error = "plug-in not opened";
+    return false;
+  }
+  entry_(&ResolveForPlugin);
+  return true;
+}
+
+void* Host::Symbol(const char* name) const {
+  return library_ != nullptr ? dlsym(library_, name) : nullptr;
+}
+
+void* Host::Resolve(const char* name) {
+  void* address = nullptr;
+  if (name != nullptr && config_.missing.count(name) == 0) address = HostFunctionAddress(name);
+  log_.push_back({true, name != nullptr ? name : "(null)", address != nullptr, 0});
+  return address;
+}
+
+void Host::NoteCall(const char* name, void* handle) {
+  int id = 0;
+  if (handle != nullptr) {
+    auto found = objects_.find(handle);
+    if (found != objects_.end()) id = found->second->id();
+  }
+  log_.push_back({false, name, true, id});
+}
+
+Object* Host::Find(void* handle) const {
+  if (handle == nullptr) return nullptr;
+  auto found = objects_.find(handle);
+  if (found == objects_.end()) {
+    const_cast<Host*>(this)->Problem("the plug-in passed a handle the host never gave out or has freed");
+    return nullptr;
+  }
+  return found->second.get();
+}
+
+bool Host::KnowsClass(const std::string& name) const {
+  static const char* const kApplicationClasses[] = {"Application", "ConsoleApplication", "WebApplication"};
+  if (name == kApplicationClasses[static_cast<int>(config_.kind)]) return true;
+  for (const char* known : kExceptionClasses)
+    if (name == known) return true;
+  for (const char* known : kObjectClasses)
+    if (name == known) return true;
+  return config_.extra_classes.count(name) != 0;
+}
+
+Object* Host::Adopt(std::unique_ptr<Object> object) {
+  Object* raw = object.get();
+  raw->id_ = next_id_++;
+  objects_[raw->handle()] = std::move(object);
+  return raw;
+}
+
+void Host::Retain(Object* object) {
+  if (object != nullptr) ++object->refs_;
+}
+
+void Host::Release(Object* object) {
+  if (object == nullptr) return;
+  if (object->refs_ <= 0) {
+    Problem("reference given back on " + Describe(*object) + " that has none");
+    return;
+  }
+  if (--object->refs_ > 0) return;
+  object->ReleaseHeld(*this);
+  objects_.erase(object->handle());
+}
+
+MemoryBlock* Host::NewMemoryBlock(size_t size, uint8_t fill) { return Make<MemoryBlock>(size, fill); }
+
+IntArray* Host::NewIntArray(std::vector<int32_t> values) { return Make<IntArray>(std::move(values)); }
+
+void Host::CaptureMethod(const void* record) {
+  const auto* words = static_cast<const uintptr_t*>(record);
+  RegisteredMethod method;
+  method.function = reinterpret_cast<void*>(words[0]);
+  method.declaration = reinterpret_cast<const char*>(words[2]);
+  method.flags = words[3];
+  std::string error;
+  auto parsed = ParseDeclaration(method.declaration, &error);
+  if (!parsed) Problem(error);
+  else method.parsed = *parsed;
+  global_methods_.push_back(method);
+}
+
+void Host::CaptureClass(const void* record) {
+  ++class_registrations_;
+  class_record_ = record;
+  const auto* words = static_cast<const uintptr_t*>(record);
+  class_words_.assign(words, words + 25);
+  // Version-9 records carry four words per method, later ones six.
+  const size_t stride = words[0] == 9 ? 4 : 6;
+  const auto* methods = reinterpret_cast<const uintptr_t*>(words[9]);
+  const auto count = static_cast<intptr_t>(words[10]);
+  picture_methods_.clear();
+  for (intptr_t i = 0; methods != nullptr && i < count; ++i) {
+    const uintptr_t* method = methods + i * stride;
+    RegisteredMethod captured;
+    captured.function = reinterpret_cast<void*>(method[0]);
+    captured.declaration = reinterpret_cast<const char*>(method[2]);
+    captured.flags = method[3];
+    std::string error;
+    auto parsed = ParseDeclaration(captured.declaration, &error);
+    if (!parsed) Problem(error);
+    else captured.parsed = *parsed;
+    picture_methods_.push_back(captured);
+  }
+}
+
+void Host::Raise(Object* exception) {
+  if (exception == nullptr) {
+    Problem("RuntimeRaiseException with a nil object");
+    return;
+  }
+  Retain(exception);
+  raised_.push_back(exception);
+}
+
+int Host::LookupCount(const std::string& name) const {
+  int count = 0;
+  for (const LogEntry& entry : log_) count += entry.lookup && entry.name == name;
+  return count;
+}
+
+int Host::CallCount(const std::string& name) const {
+  int count = 0;
+  for (const LogEntry& entry : log_) count += !entry.lookup && entry.name == name;
+  return count;
+}
+
+std::vector<std::string> Host::CallNames() const {
+  std::vector<std::string> names;
+  for (const LogEntry& entry : log_)
+    if (!entry.lookup) names.push_back(entry.name);
+  return names;
+}
+
+Host::Audit Host::Snapshot() const {
+  Audit audit;
+  for (const auto& entry : objects_) {
+    const Object& object = *entry.second;
+    audit.held[object.id()] = {object.refs(), object.locks()};
+  }
+  audit.last_id = next_id_ - 1;
+  return audit;
+}
+
+void Host::Finish(const Audit& before, CallResult& result) {
+  // The host raises what the method handed it, then lets the exception go.
+  for (Object* raised : raised_) {
+    RaisedException exception;
+    exception.class_name = raised->class_name();
+    if (auto* instance = dynamic_cast<Instance*>(raised)) {
+      auto message = instance->strings.find("Message");
+      if (message != instance->strings.end() && message->second != nullptr) {
+        exception.message = message->second->bytes();
+        exception.message_encoding = message->second->encoding;
+      }
+      int32_t number = 0;
+      if (instance->GetInt("ErrorNumber", &number)) exception.error_number = number;
+    }
+    result.exceptions.push_back(exception);
+    Release(raised);
+  }
+  raised_.clear();
+
+  std::map<int, Object*> now;
+  for (const auto& entry : objects_) now[entry.second->id()] = entry.second.get();
+  for (const auto& held : before.held) {
+    auto found = now.find(held.first);
+    if (found == now.end()) {
+      Problem("object #" + std::to_string(held.first) + " was freed by the call");
+      continue;
+    }
+    const Object& object = *found->second;
+    const int expected = held.second.first + (&object == result.picture ? 1 : 0);
+    if (object.refs() != expected)
+      Problem(Describe(object) + " holds " + std::to_string(object.refs()) + " references, expected " +
+              std::to_string(expected));
+    if (object.locks() != held.second.second)
+      Problem(Describe(object) + " holds " + std::to_string(object.locks()) + " pixel locks, expected " +
+              std::to_string(held.second.second));
+  }
+  for (const auto& entry : now) {
+    const Object& object = *entry.second;
+    if (entry.first <= before.last_id) continue;
+    if (&object == result.picture) {
+      if (object.refs() != 1 || object.locks() != 0)
+        Problem("returned " + Describe(object) + " holds " + std::to_string(object.refs()) +
+                " references and " + std::to_string(object.locks()) + " locks, expected 1 and 0");
+    } else {
+      Problem(Describe(object) + " made during the call is still alive with " +
+              std::to_string(object.refs()) + " references");
+    }
+  }
+  for (const auto& entry : now)
+    if (auto* block = dynamic_cast<MemoryBlock*>(entry.second); block && !block->SlackIntact())
+      Problem("bytes before " + Describe(*block) + " were written");
+  result.problems.insert(result.problems.end(), problems_.begin(), problems_.end());
+  problems_.clear();
+}
+
+CallResult Host::Run(const std::function<void*()>& body) {
+  CallResult result;
+  const Audit before = Snapshot();
+  void* returned = body();
+  result.called = true;
+  if (returned != nullptr) {
+    result.picture = Find(returned);
+    if (result.picture == nullptr) Problem("the method returned an object the host doesn't know");
+  }
+  Finish(before, result);
+  return result;
+}
+
+namespace {
+
+// The word a parameter is passed as, or an error for an argument of the wrong kind.
+bool ToWord(const Parameter& param, const Arg& arg, uintptr_t* word, std::string* error) {
+  auto objectOf = [&](const char* className) {
+    if (arg.kind != Arg::Kind::Object) return false;
+    if (arg.object != nullptr && arg.object->class_name() != className &&
+        !(param.type == ParamType::IntegerArray && dynamic_cast<IntArray*>(arg.object)))
+      return false;
+    *word = arg.object != nullptr ? reinterpret_cast<uintptr_t>(arg.object->handle()) : 0;
+    return true;
+  };
+  bool ok = false;
+  switch (param.type) {
+    case ParamType::Picture: ok = objectOf("Picture"); break;
+    case ParamType::MemoryBlock: ok = objectOf("MemoryBlock"); break;
+    case ParamType::IntegerArray: ok = objectOf("Integer()"); break;
+    case ParamType::Ptr:
+      ok = arg.kind == Arg::Kind::Pointer || (arg.kind == Arg::Kind::Object && arg.object == nullptr);
+      *word = reinterpret_cast<uintptr_t>(arg.pointer);
+      break;
+    case ParamType::Integer:
+      ok = arg.kind == Arg::Kind::Integer;
+      *word = static_cast<uintptr_t>(static_cast<intptr_t>(arg.integer));
+      break;
+    case ParamType::Boolean:
+      ok = arg.kind == Arg::Kind::Boolean;
+      *word = static_cast<uintptr_t>(static_cast<intptr_t>(arg.integer));
+      break;
+  }
+  if (!ok && error) *error = "argument for parameter \"" + param.name + "\" has the wrong kind";
+  return ok;
+}
+
+std::optional<Arg> DefaultArg(const Parameter& param) {
+  if (!param.default_value) return std::nullopt;
+  const std::string& text = *param.default_value;
+  if (param.type == ParamType::Boolean) return Arg::Bool(text == "true" || text == "True");
+  return Arg(static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10)));
+}
+
+}  // namespace
+
+CallResult Host::Call(const std::string& declaration, std::vector<Arg> args) {
+  CallResult failed;
+  const RegisteredMethod* method = nullptr;
+  bool receiver = false;
+  for (const RegisteredMethod& candidate : picture_methods_)
+    if (candidate.declaration == declaration) method = &candidate, receiver = true;
+  for (const RegisteredMethod& candidate : global_methods_)
+    if (!method && candidate.declaration == declaration) method = &candidate;
+  if (method == nullptr) {
+    failed.error = "no method registered as \"" + declaration + "\"";
+    return failed;
+  }
+  std::vector<Parameter> params;
+  if (receiver) params.push_back({"(receiver)", ParamType::Picture, std::nullopt});
+  params.insert(params.end(), method->parsed.params.begin(), method->parsed.params.end());
+  if (args.size() > params.size()) {
+    failed.error = "too many arguments for \"" + declaration + "\"";
+    return failed;
+  }
+  for (size_t i = args.size(); i < params.size(); ++i) {
+    auto fallback = DefaultArg(params[i]);
+    if (!fallback) {
+      failed.error = "no argument for parameter \"" + params[i].name + "\", which has no default";
+      return failed;
+    }
+    args.push_back(*fallback);
+  }
+  std::vector<uintptr_t> words(params.size());
+  std::vector<ParamType> types;
+  for (size_t i = 0; i < params.size(); ++i) {
+    if (!ToWord(params[i], args[i], &words[i], &failed.error)) return failed;
+    types.push_back(params[i].type);
+  }
+  bool booleanResult = method->parsed.result == ParamType::Boolean;
+  std::string error;
+  uintptr_t returned = 0;
+  CallResult result = Run([&]() -> void* {
+    if (!InvokeBySignature(method->function, types, method->parsed.result, words, &returned, &error))
+      return nullptr;
+    return booleanResult ? nullptr : reinterpret_cast<void*>(returned);
+  });
+  if (!error.empty()) {
+    result.called = false;
+    result.error = error;
+  }
+  result.boolean = booleanResult && (returned & 0xFF) != 0;
+  return result;
+}
+
+}  // namespace refhost

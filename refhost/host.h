@@ -1,0 +1,164 @@
+// The reference host: loads the plug-in as the real host does, offers every host function
+// through its resolver, keeps count of references and locks, and calls registered methods
+// by their declarations. One host per process (the plug-in's entry point runs once).
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "refhost/declaration.h"
+#include "refhost/objects.h"
+
+namespace refhost {
+
+enum class HostKind { Desktop, Console, Web };
+
+struct HostConfig {
+  // The version "REALGetRBVersion" answers (hold the name back for a host without it).
+  double version = 2013.03;
+  // Desktop hosts run class "Application", console "ConsoleApplication", web "WebApplication".
+  HostKind kind = HostKind::Desktop;
+  // Further class names that "pluginObjectType" knows.
+  std::set<std::string> extra_classes;
+  // Lookup names the resolver answers with null.
+  std::set<std::string> missing;
+  // Class names that "PluginNewInstance" refuses to instantiate.
+  std::set<std::string> uninstantiable;
+  // The plug-in to load; empty: the one this build made.
+  std::string plugin_path;
+};
+
+// One exception that the plug-in handed to "RuntimeRaiseException" during a call.
+struct RaisedException {
+  std::string class_name;
+  std::optional<std::string> message;  // null when "Message" was set to no string
+  uint32_t message_encoding = 0;
+  std::optional<int32_t> error_number;
+};
+
+// One entry of the host's log: a resolver lookup or a host function call, in order.
+struct LogEntry {
+  bool lookup = false;
+  std::string name;
+  bool found = true;    // lookups: whether the resolver answered an address
+  int object = 0;       // calls: id of the object passed first, 0 for none
+};
+
+struct CallResult {
+  bool called = false;           // a method with the declaration was found and run
+  bool boolean = false;          // result of a method returning boolean
+  Object* picture = nullptr;     // result of a method returning picture (the caller's reference)
+  std::vector<RaisedException> exceptions;
+  // References or locks left unbalanced, objects leaked, misuse of host functions.
+  std::vector<std::string> problems;
+  std::string error;             // why nothing was called
+};
+
+// A registered method as the host captured it.
+struct RegisteredMethod {
+  void* function = nullptr;
+  std::string declaration;
+  uintptr_t flags = 0;
+  Declaration parsed;
+};
+
+class Host {
+ public:
+  explicit Host(HostConfig config);
+  ~Host();
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+
+  // The one host of this process, if any.
+  static Host* Current();
+
+  const HostConfig& config() const { return config_; }
+
+  // dlopen the plug-in and find its entry point; Start then calls it. Load does both.
+  bool Open(std::string* error);
+  bool Start(std::string* error);
+  bool Load(std::string* error) { return Open(error) && Start(error); }
+  // A symbol of the loaded plug-in (null when it has none).
+  void* Symbol(const char* name) const;
+
+  // What the plug-in registered.
+  std::optional<int32_t> control_version() const { return control_version_; }
+  const std::vector<RegisteredMethod>& global_methods() const { return global_methods_; }
+  const std::vector<RegisteredMethod>& picture_methods() const { return picture_methods_; }
+  // The class record as registered: its words, and the record itself.
+  const std::vector<uintptr_t>& class_words() const { return class_words_; }
+  const void* class_record() const { return class_record_; }
+  int class_registrations() const { return class_registrations_; }
+
+  // Calls the method registered with exactly this declaration ("Picture" methods take the
+  // receiver first). Arguments left out take the declaration's defaults.
+  CallResult Call(const std::string& declaration, std::vector<Arg> args);
+  // Runs `body` as the host runs a method: raised exceptions are collected and every
+  // reference and lock is audited afterwards. `body` returns the picture it was given, if any.
+  CallResult Run(const std::function<void*()>& body);
+
+  // Objects made for the caller, each with one reference that the caller holds.
+  MemoryBlock* NewMemoryBlock(size_t size, uint8_t fill = 0);
+  IntArray* NewIntArray(std::vector<int32_t> values);
+  void Release(Object* object);
+  void Retain(Object* object);
+
+  // Run inside "REALYieldToRB", as a host runs its event loop there.
+  std::function<void()> on_yield;
+
+  // The log of lookups and calls, and its summaries.
+  const std::vector<LogEntry>& log() const { return log_; }
+  void ClearLog() { log_.clear(); }
+  int LookupCount(const std::string& name) const;
+  int CallCount(const std::string& name) const;
+  std::vector<std::string> CallNames() const;
+
+  // Host functions keep these; the plug-in's resolver and functions reach them.
+  void* Resolve(const char* name);
+  void NoteCall(const char* name, void* handle = nullptr);
+  Object* Find(void* handle) const;  // null, with a problem noted, for an unknown handle
+  template <typename T>
+  T* FindAs(void* handle) const { return dynamic_cast<T*>(Find(handle)); }
+  void Problem(std::string text) { problems_.push_back(std::move(text)); }
+  template <typename T, typename... A>
+  T* Make(A&&... args);
+  bool KnowsClass(const std::string& name) const;
+  void SetControlVersion(int32_t version) { control_version_ = version; }
+  void CaptureMethod(const void* record);
+  void CaptureClass(const void* record);
+  void Raise(Object* exception);
+
+ private:
+  struct Audit;
+  Audit Snapshot() const;
+  void Finish(const Audit& before, CallResult& result);
+  Object* Adopt(std::unique_ptr<Object> object);
+
+  HostConfig config_;
+  void* library_ = nullptr;
+  void (*entry_)(void* (*)(const char*)) = nullptr;
+  std::optional<int32_t> control_version_;
+  std::vector<RegisteredMethod> global_methods_;
+  std::vector<RegisteredMethod> picture_methods_;
+  std::vector<uintptr_t> class_words_;
+  const void* class_record_ = nullptr;
+  int class_registrations_ = 0;
+  std::unordered_map<const void*, std::unique_ptr<Object>> objects_;
+  int next_id_ = 1;
+  std::vector<LogEntry> log_;
+  std::vector<std::string> problems_;
+  std::vector<Object*> raised_;
+};
+
+template <typename T, typename... A>
+T* Host::Make(A&&... args) {
+  return static_cast<T*>(Adopt(std::make_unique<T>(std::forward<A>(args)...)));
+}
+
+}  // namespace refhost

@@ -1,0 +1,7 @@
+// The reference host's implementations of the host functions, by lookup name.
+#pragma once
+
+namespace refhost {
+// The address of the host function with this lookup name, or null for a name it doesn't know.
+void* HostFunctionAddress(const char* name);
+}  // namespace refhost

@@ -1,0 +1,182 @@
+// Every host function of the plug-in interface, as the reference host implements it.
+#include <climits>
+#include <cstring>
+
+#include "host/host_function_list.h"
+#include "refhost/host.h"
+#include "refhost/host_function_table.h"
+
+namespace refhost {
+namespace abi {
+namespace {
+
+Host& H() { return *Host::Current(); }
+
+// Registration and host identity.
+void RegisterPluginVersion(int32_t version) {
+  H().NoteCall("RegisterPluginVersion");
+  H().SetControlVersion(version);
+}
+double REALGetRBVersion() {
+  H().NoteCall("REALGetRBVersion");
+  return H().config().version;
+}
+void REALRegisterMethod(REALmethodDefinition* record) {
+  H().NoteCall("PluginRegisterMethod");
+  H().CaptureMethod(record);
+}
+void REALRegisterClassExtension(REALclassDefinition* record) {
+  H().NoteCall("PluginRegisterClassExtension");
+  H().CaptureClass(record);
+}
+// A class reference is the address of a name that lives as long as the process.
+void* REALGetClassRef(const char* name) {
+  H().NoteCall("pluginObjectType");
+  static const std::string kNames[] = {"Application", "ConsoleApplication", "WebApplication"};
+  if (name == nullptr || !H().KnowsClass(name)) return nullptr;
+  for (const std::string& known : kNames)
+    if (known == name) return const_cast<std::string*>(&known);
+  return const_cast<char*>("class");
+}
+
+// Object lifetime.
+void REALLockObject(REALobjectStruct* object) {
+  H().NoteCall("REALLockObject", object);
+  if (object == nullptr) return H().Problem("REALLockObject on nil");
+  H().Retain(H().Find(object));
+}
+void REALUnlockObject(REALobjectStruct* object) {
+  H().NoteCall("REALUnlockObject", object);
+  if (object == nullptr) return H().Problem("REALUnlockObject on nil");
+  H().Release(H().Find(object));
+}
+REALobjectStruct* REALnewInstance(const char* className) {
+  H().NoteCall("PluginNewInstance");
+  if (className == nullptr || !H().KnowsClass(className) || H().config().uninstantiable.count(className))
+    return nullptr;
+  return static_cast<REALobjectStruct*>(H().Make<Instance>(className)->handle());
+}
+
+// Strings and properties.
+REALstringStruct* REALBuildString(const char* bytes, int32_t length) {
+  H().NoteCall("REALBuildString");
+  if (bytes == nullptr || length < 0) {
+    H().Problem("REALBuildString without bytes");
+    return nullptr;
+  }
+  return static_cast<REALstringStruct*>(H().Make<String>(std::string(bytes, static_cast<size_t>(length)))->handle());
+}
+void REALSetStringEncoding(REALstringStruct* text, uint32_t encoding) {
+  H().NoteCall("REALSetStringEncoding", text);
+  if (auto* string = H().FindAs<String>(text)) string->encoding = encoding;
+}
+void REALUnlockString(REALstringStruct* text) {
+  H().NoteCall("REALUnlockString", text);
+  H().Release(H().FindAs<String>(text));
+}
+bool REALGetPropValueInt32(REALobjectStruct* object, const char* name, int32_t* value) {
+  H().NoteCall("REALGetPropValueInt", object);
+  Object* found = H().Find(object);
+  return found != nullptr && name != nullptr && value != nullptr && found->GetInt(name, value);
+}
+bool REALGetPropValueUInt8(REALobjectStruct* object, const char* name, unsigned char* value) {
+  H().NoteCall("REALGetPropValueBool", object);
+  Object* found = H().Find(object);
+  bool flag = false;
+  if (found == nullptr || name == nullptr || value == nullptr || !found->GetBool(name, &flag)) return false;
+  *value = flag ? 1 : 0;
+  return true;
+}
+void REALSetPropValueInt32(REALobjectStruct* object, const char* name, int32_t value) {
+  H().NoteCall("REALSetPropValueInt", object);
+  Object* found = H().Find(object);
+  if (found != nullptr && (name == nullptr || !found->SetInt(name, value)))
+    H().Problem("no integer property to set on " + found->class_name());
+}
+void REALSetPropValueString(REALobjectStruct* object, const char* name, REALstringStruct* value) {
+  H().NoteCall("REALSetPropValueString", object);
+  Object* found = H().Find(object);
+  String* text = value != nullptr ? H().FindAs<String>(value) : nullptr;
+  if (found != nullptr && (name == nullptr || !found->SetString(H(), name, text)))
+    H().Problem("no string property to set on " + found->class_name());
+}
+void REALRaiseException(REALobjectStruct* exception) {
+  H().NoteCall("RuntimeRaiseException", exception);
+  H().Raise(H().Find(exception));
+}
+
+// Pictures.
+REALpictureStruct* REALNewPicture(int32_t /*width*/, int32_t /*height*/, int32_t /*depth*/) {
+  H().NoteCall("newPicture");
+  return nullptr;
+}
+bool REALLockPictureDescription(REALpictureStruct* picture, REALpictureDescription* /*description*/,
+                                RBPixelType /*type*/) {
+  H().NoteCall("REALLockPictureDescription", picture);
+  return false;
+}
+void REALUnlockPictureDescription(REALpictureStruct* picture) {
+  H().NoteCall("unlockPictureDescription", picture);
+}
+void REALPictureClearCache(REALpictureStruct* picture) { H().NoteCall("REALPictureClearCache", picture); }
+REALobjectStruct* REALGetPictureGraphics(REALpictureStruct* picture) {
+  H().NoteCall("pluginPictureGraphicsGetter", picture);
+  return nullptr;
+}
+void* REALLoadObjectMethod(REALobjectStruct* object, const char* /*declaration*/) {
+  H().NoteCall("REALLoadObjectMethod", object);
+  return nullptr;
+}
+
+// Memory blocks, arrays and yielding.
+void* REALMemoryBlockGetPtr(REALmemoryBlockStruct* block) {
+  H().NoteCall("memoryBlockGetPtr", block);
+  auto* found = H().FindAs<MemoryBlock>(block);
+  return found != nullptr ? found->data() : nullptr;
+}
+int32_t REALMemoryBlockGetSize(REALmemoryBlockStruct* block) {
+  H().NoteCall("memoryBlockGetSize", block);
+  auto* found = H().FindAs<MemoryBlock>(block);
+  if (found == nullptr) return 0;
+  return found->size() > INT32_MAX ? INT32_MAX : static_cast<int32_t>(found->size());
+}
+int32_t REALGetArrayUBound(REALarrayInteger* array) {
+  H().NoteCall("RuntimeUBound", array);
+  auto* found = H().FindAs<IntArray>(array);
+  return found != nullptr ? static_cast<int32_t>(found->values().size()) - 1 : -1;
+}
+int32_t REALReadArrayInt(REALarrayInteger* array, int32_t index) {
+  H().NoteCall("RuntimeDirectReadIntArray", array);
+  auto* found = H().FindAs<IntArray>(array);
+  if (found == nullptr) return 0;
+  if (index < 0 || static_cast<size_t>(index) >= found->values().size()) {
+    H().Problem("array element " + std::to_string(index) + " read out of bounds");
+    return 0;
+  }
+  return found->values()[static_cast<size_t>(index)];
+}
+void REALYieldToRB() {
+  H().NoteCall("REALYieldToRB");
+  if (H().on_yield) H().on_yield();
+}
+
+}  // namespace
+}  // namespace abi
+
+void* HostFunctionAddress(const char* name) {
+  struct Entry {
+    const char* name;
+    void* address;
+  };
+#define PIXELBRIDGE_HOST_ENTRY(wrapper, lookup, result, parameters) \
+  {lookup, reinterpret_cast<void*>(static_cast<result(*) parameters>(&abi::wrapper))},
+  static const Entry kTable[] = {
+      PIXELBRIDGE_DIRECT_HOST_FUNCTIONS(PIXELBRIDGE_HOST_ENTRY)
+      PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELBRIDGE_HOST_ENTRY)};
+#undef PIXELBRIDGE_HOST_ENTRY
+  for (const Entry& entry : kTable)
+    if (strcmp(entry.name, name) == 0) return entry.address;
+  return nullptr;
+}
+
+}  // namespace refhost

@@ -1,0 +1,75 @@
+// Fork-per-case hosts for the tests.
+#include "tests/support/host_fixture.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+
+namespace pixeltest {
+
+refhost::HostConfig PluginConfig() {
+  refhost::HostConfig config;
+  config.plugin_path = PIXELBRIDGE_PLUGIN;
+  return config;
+}
+
+refhost::HostConfig ProbeConfig() {
+  refhost::HostConfig config;
+  config.plugin_path = PIXELBRIDGE_PROBE;
+  return config;
+}
+
+namespace {
+void RunChild(const refhost::HostConfig& config, bool start,
+              const std::function<void(refhost::Host&)>& body) {
+  fflush(stdout);
+  fflush(stderr);
+  const pid_t child = fork();
+  ASSERT_NE(child, -1) << "fork failed";
+  if (child == 0) {
+    {
+      refhost::Host host(config);
+      std::string error;
+      if (!(start ? host.Load(&error) : host.Open(&error)))
+        ADD_FAILURE() << error;
+      else
+        body(host);
+    }
+    fflush(stdout);
+    fflush(stderr);
+    _exit(::testing::Test::HasFailure() ? 1 : 0);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  if (WIFSIGNALED(status))
+    ADD_FAILURE() << "the host process died of signal " << WTERMSIG(status);
+  else
+    EXPECT_EQ(WEXITSTATUS(status), 0) << "the host process reported failures (above)";
+}
+}  // namespace
+
+void InHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body) {
+  RunChild(config, true, body);
+}
+
+void InOpenedHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body) {
+  RunChild(config, false, body);
+}
+
+void ExpectBalanced(const refhost::CallResult& result) {
+  EXPECT_TRUE(result.called) << result.error;
+  for (const std::string& problem : result.problems) ADD_FAILURE() << problem;
+}
+
+std::vector<std::string> DataLines(const std::string& file) {
+  std::ifstream in(std::string(PIXELBRIDGE_TEST_DATA) + "/" + file);
+  EXPECT_TRUE(in.good()) << "cannot read test data " << file;
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);)
+    if (!line.empty() && line[0] != '#') lines.push_back(line);
+  return lines;
+}
+
+}  // namespace pixeltest
