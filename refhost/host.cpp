@@ -145,6 +145,22 @@ MemoryBlock* Host::NewMemoryBlock(size_t size, uint8_t fill) { return Make<Memor
 
 IntArray* Host::NewIntArray(std::vector<int32_t> values) { return Make<IntArray>(std::move(values)); }
 
+Picture* Host::MakeHostPicture(int32_t width, int32_t height) {
+  constexpr int32_t kLargest = 32767;
+  if (width < 1 || height < 1 || width > kLargest || height > kLargest) return nullptr;
+  PictureSpec spec;
+  spec.width = width;
+  spec.height = height;
+  spec.refuse_locks = config_.new_pictures_refuse_locks;
+  if (config_.kind == HostKind::Desktop) {
+    spec.alpha_info = config_.new_picture_alpha_info;
+  } else {
+    spec.kind = PictureKind::TrueColor;
+    spec.fill = Rgba{0, 0, 0, 255};
+  }
+  return NewPicture(spec);
+}
+
 void Host::CaptureMethod(const void* record) {
   const auto* words = static_cast<const uintptr_t*>(record);
   RegisteredMethod method;

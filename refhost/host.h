@@ -14,6 +14,7 @@
 
 #include "refhost/declaration.h"
 #include "refhost/objects.h"
+#include "refhost/pictures.h"
 
 namespace refhost {
 
@@ -32,6 +33,14 @@ struct HostConfig {
   std::set<std::string> uninstantiable;
   // The plug-in to load; empty: the one this build made.
   std::string plugin_path;
+  // Desktop hosts: the alpha info of the bitmap contexts of pictures "newPicture" makes.
+  uint32_t new_picture_alpha_info = 6;
+  // "REALLoadObjectMethod" answers null, as hosts without it do for DrawPicture.
+  bool no_draw_method = false;
+  // Pictures that "newPicture" makes refuse every pixel lock.
+  bool new_pictures_refuse_locks = false;
+  // Desktop pictures also lend a true-colour rendering of themselves when asked.
+  bool lend_true_color = false;
 };
 
 // One exception that the plug-in handed to "RuntimeRaiseException" during a call.
@@ -106,6 +115,10 @@ class Host {
   // Objects made for the caller, each with one reference that the caller holds.
   MemoryBlock* NewMemoryBlock(size_t size, uint8_t fill = 0);
   IntArray* NewIntArray(std::vector<int32_t> values);
+  Picture* NewPicture(const PictureSpec& spec) { return Make<Picture>(spec); }
+  // The picture "newPicture" makes on this host: a bitmap context on desktop hosts, a
+  // true-colour image on console and web hosts. Null outside 1 to 32767.
+  Picture* MakeHostPicture(int32_t width, int32_t height);
   void Release(Object* object);
   void Retain(Object* object);
 

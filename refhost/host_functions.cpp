@@ -106,26 +106,59 @@ void REALRaiseException(REALobjectStruct* exception) {
 }
 
 // Pictures.
-REALpictureStruct* REALNewPicture(int32_t /*width*/, int32_t /*height*/, int32_t /*depth*/) {
+REALpictureStruct* REALNewPicture(int32_t width, int32_t height, int32_t depth) {
   H().NoteCall("newPicture");
-  return nullptr;
+  if (depth != 32) H().Problem("newPicture asked for depth " + std::to_string(depth));
+  Picture* picture = H().MakeHostPicture(width, height);
+  return picture != nullptr ? static_cast<REALpictureStruct*>(picture->handle()) : nullptr;
 }
-bool REALLockPictureDescription(REALpictureStruct* picture, REALpictureDescription* /*description*/,
-                                RBPixelType /*type*/) {
+bool REALLockPictureDescription(REALpictureStruct* picture, REALpictureDescription* description,
+                                RBPixelType type) {
   H().NoteCall("REALLockPictureDescription", picture);
-  return false;
+  auto* found = H().FindAs<Picture>(picture);
+  return found != nullptr && found->Lock(description, type, H().config().lend_true_color);
 }
 void REALUnlockPictureDescription(REALpictureStruct* picture) {
   H().NoteCall("unlockPictureDescription", picture);
+  if (auto* found = H().FindAs<Picture>(picture)) found->Unlock();
 }
-void REALPictureClearCache(REALpictureStruct* picture) { H().NoteCall("REALPictureClearCache", picture); }
+void REALPictureClearCache(REALpictureStruct* picture) {
+  H().NoteCall("REALPictureClearCache", picture);
+  H().FindAs<Picture>(picture);
+}
 REALobjectStruct* REALGetPictureGraphics(REALpictureStruct* picture) {
   H().NoteCall("pluginPictureGraphicsGetter", picture);
-  return nullptr;
+  auto* found = H().FindAs<Picture>(picture);
+  if (found == nullptr) return nullptr;
+  H().Retain(found);
+  return static_cast<REALobjectStruct*>(H().Make<Graphics>(found)->handle());
 }
-void* REALLoadObjectMethod(REALobjectStruct* object, const char* /*declaration*/) {
+// Draws `image` into the graphics object's picture: the sw × sh area at (sx, sy) of the
+// image fills the w × h area at (x, y), scaled by nearest pixel.
+void DrawPicture(REALobjectStruct* graphics, REALpictureStruct* image, int32_t x, int32_t y, int32_t w,
+                 int32_t h, int32_t sx, int32_t sy, int32_t sw, int32_t sh) {
+  H().NoteCall("DrawPicture", graphics);
+  auto* target = H().FindAs<Graphics>(graphics);
+  auto* source = H().FindAs<Picture>(image);
+  if (target == nullptr || source == nullptr || w <= 0 || h <= 0) return;
+  if (sw <= 0) sw = source->width();
+  if (sh <= 0) sh = source->height();
+  for (int32_t row = 0; row < h; ++row) {
+    for (int32_t column = 0; column < w; ++column) {
+      const int64_t fromX = sx + static_cast<int64_t>(column) * sw / w;
+      const int64_t fromY = sy + static_cast<int64_t>(row) * sh / h;
+      if (fromX < 0 || fromY < 0 || fromX >= source->width() || fromY >= source->height()) continue;
+      target->target()->SetPixel(x + column, y + row,
+                                 source->GetPixel(static_cast<int32_t>(fromX), static_cast<int32_t>(fromY)));
+    }
+  }
+}
+void* REALLoadObjectMethod(REALobjectStruct* object, const char* declaration) {
   H().NoteCall("REALLoadObjectMethod", object);
-  return nullptr;
+  if (H().config().no_draw_method || H().FindAs<Graphics>(object) == nullptr || declaration == nullptr ||
+      strcmp(declaration, kDrawPictureDeclaration) != 0)
+    return nullptr;
+  return reinterpret_cast<void*>(static_cast<DrawPictureMethod>(&DrawPicture));
 }
 
 // Memory blocks, arrays and yielding.

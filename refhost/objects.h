@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "refhost/guarded_buffer.h"
+
 namespace refhost {
 
 class Object;
@@ -84,23 +86,16 @@ class Instance : public Object {
   std::map<std::string, String*> strings;  // each holds one reference; null allowed
 };
 
-// A memory block whose bytes end right at an inaccessible page, so that a write or read
-// past its end faults at once. The page before it is inaccessible too, and the slack
-// between that page and the first byte holds a pattern that the host checks.
+// A memory block whose bytes end right at an inaccessible page.
 class MemoryBlock : public Object {
  public:
-  MemoryBlock(size_t size, uint8_t fill);
-  ~MemoryBlock() override;
-  uint8_t* data() { return data_; }
-  size_t size() const { return size_; }
-  // False when a byte of the slack before the block was changed.
-  bool SlackIntact() const;
+  MemoryBlock(size_t size, uint8_t fill) : Object("MemoryBlock"), buffer_(size, fill) {}
+  uint8_t* data() { return buffer_.data(); }
+  size_t size() const { return buffer_.size(); }
+  bool SlackIntact() const { return buffer_.SlackIntact(); }
 
  private:
-  uint8_t* region_ = nullptr;
-  size_t region_size_ = 0;
-  uint8_t* data_ = nullptr;
-  size_t size_ = 0;
+  GuardedBuffer buffer_;
 };
 
 // A host integer array.

@@ -45,3 +45,31 @@ PROBE RecordWord* PixelbridgeProbeFixProperties(const REALproperty* list, intptr
   return FixProperties(list, count);
 }
 PROBE void PixelbridgeProbeFree(void* memory) { free(memory); }
+
+// The picture editor's operations, one editor at a time in the test's hands.
+#include "pixels/picture_editor.h"
+#include "tests/support/probe.h"
+
+PROBE PictureEditor* PixelbridgeProbeNewEditor(bool writer) {
+  if (writer) return new PictureWriter();
+  return new PictureReader();
+}
+PROBE void PixelbridgeProbeDeleteEditor(PictureEditor* editor) { delete editor; }
+PROBE bool PixelbridgeProbeOpen(PictureEditor* editor, REALpictureStruct* picture, bool forReading, bool forWriting) {
+  return editor->GetPictureEditor(picture, forReading, forWriting);
+}
+PROBE bool PixelbridgeProbeNewWriter(PictureEditor* editor, REALpictureStruct* destination, int32_t width,
+                                     int32_t height) {
+  return static_cast<PictureWriter*>(editor)->NewPictureWriter(destination, width, height);
+}
+PROBE REALpictureStruct* PixelbridgeProbeRender(PictureEditor* editor) { return editor->RenderPictureWriter(); }
+PROBE void PixelbridgeProbeNextRow(PictureEditor* editor) { editor->NextRow(); }
+PROBE void PixelbridgeProbeRelease(PictureEditor* editor) { editor->ReleasePictureEditor(); }
+PROBE void PixelbridgeProbeEditorFields(const PictureEditor* editor, ProbeEditorFields* fields) {
+  *fields = {editor->RowBytes,    editor->Width,     editor->Height,           editor->BytesPerPixel,
+             editor->PixelFormat, editor->CurrentRow, editor->BaseAddress,     editor->Column,
+             editor->RowIndex,    editor->Picture,   editor->RowTable,         editor->HasAlphaChannel,
+             editor->ForReading,  editor->ForWriting, editor->DescriptionLocked};
+}
+// Bit 0: desktop host, bit 1: console host.
+PROBE int PixelbridgeProbeHostKind() { return (IsDesktop ? 1 : 0) | (IsConsole ? 2 : 0); }

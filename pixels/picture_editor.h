@@ -1,0 +1,86 @@
+// The picture editor: one host picture held open for pixel access, presented as rows of
+// 32-bit pixels with a row cursor that the conversion loops move.
+#pragma once
+
+#include <cstdint>
+
+#include "host/host_types.h"
+
+// Pixel format codes of an open editor. 1 to 6 are the bitmap context's alpha info; 8 is
+// a true-colour image reached through its row table.
+enum PixelFormatCode : int32_t {
+  kFormatPremultipliedLast = 1,   // R, G, B, A (premultiplied)
+  kFormatPremultipliedFirst = 2,  // A, R, G, B (premultiplied)
+  kFormatAlphaLast = 3,           // R, G, B, A
+  kFormatAlphaFirst = 4,          // A, R, G, B
+  kFormatSkipLast = 5,            // R, G, B, filler
+  kFormatSkipFirst = 6,           // filler, R, G, B
+  kFormatRowTable = 8,            // B, G, R, alpha (0 opaque), rows through RowTable
+};
+
+// The three families the conversion loops are written for.
+enum class FormatGroup { kAlphaLast, kAlphaFirst, kRowTable, kNone };
+
+inline FormatGroup GroupOf(int32_t format) {
+  switch (format) {
+    case 1: case 3: case 5: return FormatGroup::kAlphaLast;
+    case 2: case 4: case 6: return FormatGroup::kAlphaFirst;
+    case 8: return FormatGroup::kRowTable;
+    default: return FormatGroup::kNone;
+  }
+}
+
+class PictureEditor {
+ public:
+  PictureEditor() = default;
+  virtual ~PictureEditor();
+  PictureEditor(const PictureEditor&) = delete;
+  PictureEditor& operator=(const PictureEditor&) = delete;
+
+  // Opens `picture` (releasing whatever the editor held). On true the editor holds one
+  // reference to the opened picture (the caller's, or a drawn copy of it) and its pixel
+  // lock; on false it holds nothing.
+  bool GetPictureEditor(REALpictureStruct* picture, bool forReading, bool forWriting);
+  // Hands back the picture with a reference for the caller (null when none is held) and
+  // releases the editor.
+  REALpictureStruct* RenderPictureWriter();
+  // Moves the cursor to the next row; past the last row it rests on row 0.
+  void NextRow();
+  // Gives back the lock, then (when writing) tells the host the pixels changed, then
+  // gives back the reference.
+  void ReleasePictureEditor();
+
+  int32_t RowBytes = 0;
+  int32_t Width = 0;
+  int32_t Height = 0;
+  int32_t BytesPerPixel = 0;
+  int32_t PixelFormat = 0;
+  uint8_t* CurrentRow = nullptr;
+  REALpictureDescription Description{};
+  uint8_t* BaseAddress = nullptr;
+  int32_t Column = 0;
+  int32_t RowIndex = 0;
+  REALpictureStruct* Picture = nullptr;
+  int32_t** RowTable = nullptr;  // format 8: row r at RowTable[r]; owned by the host
+  bool HasAlphaChannel = false;
+  bool ForReading = false;
+  bool ForWriting = false;
+  bool DescriptionLocked = false;
+
+ private:
+  bool Open(REALpictureStruct* picture, bool forReading, bool forWriting, bool mayDrawCopy);
+  bool OpenBitmapContext(REALpictureStruct* picture);
+  bool OpenTrueColor(REALpictureStruct* picture);
+  bool OpenDrawnCopy(REALpictureStruct* picture, bool forReading);
+  void Hold(REALpictureStruct* picture);
+};
+
+class PictureReader : public PictureEditor {};
+
+class PictureWriter : public PictureEditor {
+ public:
+  // Opens `destination` for writing when it is at least width × height, otherwise a new
+  // 32-bit picture of width × height (1 to 32767 each). False, holding nothing, when
+  // neither can be had.
+  bool NewPictureWriter(REALpictureStruct* destination, int32_t width, int32_t height);
+};
