@@ -1,11 +1,11 @@
 // The static registration tables: 32 global methods and the extension of "Picture".
 #include "plugin/registration.h"
+#include "to_memory/copy_methods.h"
 
 namespace {
 constexpr RecordWord kUnfixedMethodFlags = 0x40000;
 
 // Conversions whose issue hasn't landed yet answer with the method's failure result.
-extern "C" bool PendingCopyMethod() { return false; }
 extern "C" REALpictureStruct* PendingPictureMethod() { return nullptr; }
 
 template <typename Function>
@@ -82,41 +82,41 @@ REALmethodDefinition globalMethods[kGlobalMethodCount] = {
 };
 
 REALmethodDefinition pictureMethods[kPictureMethodCount] = {
-    Method(PendingCopyMethod,
+    Method(CopyRGBtoMemoryblockQZV,
            "CopyRGBtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyBGRtoMemoryblockQZV,
            "CopyBGRtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyARGBtoMemoryblockQZV,
            "CopyARGBtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyABGRtoMemoryblockQZV,
            "CopyABGRtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyRGBAtoMemoryblockQZV,
            "CopyRGBAtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyBGRAtoMemoryblockQZV,
            "CopyBGRAtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyMRGBtoMemoryblockQZV,
            "CopyARGBtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyMBGRtoMemoryblockQZV,
            "CopyABGRtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyRGBMtoMemoryblockQZV,
            "CopyRGBAtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyBGRMtoMemoryblockQZV,
            "CopyBGRAtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyXRGBtoMemoryblockQZV,
            "CopyXRGBtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyXBGRtoMemoryblockQZV,
            "CopyXBGRtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyRGBXtoMemoryblockQZV,
            "CopyRGBXtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyBGRXtoMemoryblockQZV,
            "CopyBGRXtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyARGBtoMemoryblockX,
            "CopyARGBtoMemoryblockQZV(destination as memoryblock, offset as integer, LittleEndian as boolean, AlphaValue as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyRtoMemoryblockQZV,
            "CopyRtoMemoryblockQZV(destination as memoryblock, offset as integer, PixelByteSize as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyGtoMemoryblockQZV,
            "CopyGtoMemoryblockQZV(destination as memoryblock, offset as integer, PixelByteSize as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(PendingCopyMethod,
+    Method(CopyBtoMemoryblockQZV,
            "CopyBtoMemoryblockQZV(destination as memoryblock, offset as integer, PixelByteSize as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
 };
 

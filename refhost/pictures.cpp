@@ -80,7 +80,9 @@ Rgba TrueColorStore::Get(int32_t x, int32_t y) const {
 }
 
 Picture::Picture(const PictureSpec& spec) : Object("Picture"), spec_(spec) {
-  if (spec.width < 1 || spec.height < 1) throw std::invalid_argument("picture size");
+  // Bitmap pictures may be empty; gd makes no empty images.
+  const int32_t smallest = spec.kind == PictureKind::Bitmap ? 0 : 1;
+  if (spec.width < smallest || spec.height < smallest) throw std::invalid_argument("picture size");
   switch (spec.kind) {
     case PictureKind::Bitmap: {
       const size_t bits = spec.bits_per_component * (spec.alpha_info == kCGImageAlphaNone ? 3 : 4);

@@ -1,0 +1,99 @@
+// The picture-to-memory frame.
+#include "to_memory/copy_frame.h"
+
+#include <algorithm>
+
+#include "host/exceptions.h"
+#include "host/host_functions.h"
+#include "host/yield.h"
+#include "to_memory/copy_rows.h"
+
+namespace {
+
+struct LineRange {
+  int32_t first;
+  int32_t last;
+  bool empty() const { return first > last; }
+};
+
+// StartLine past the picture copies its last line; EndLine -1 or past it stops there.
+LineRange LinesToCopy(int32_t startLine, int32_t endLine, int32_t height) {
+  if (height <= 0) return {0, -1};
+  LineRange range{startLine < height ? startLine : height - 1, endLine < 0 ? height - 1 : endLine};
+  range.last = std::min(range.last, height - 1);
+  return range;
+}
+
+// The bytes the copy reaches from the block's start, or -1 when no block could hold them.
+int64_t ExtentOf(const CopyRequest& request, LineRange lines, int64_t pitch, int64_t lineBytes) {
+  const int64_t extent = request.offset + (lines.last - lines.first) * pitch + lineBytes;
+  return extent > INTPTR_MAX ? -1 : extent;
+}
+
+bool BlockTooSmall(REALmemoryBlockStruct* block, int64_t extent) {
+  if (extent < 0) return true;
+  // Hosts without the size function get the bytes as asked; the caller vouches for them.
+  if (REALMemoryBlockGetSize.Resolve() == nullptr) return false;
+  const int32_t size = REALMemoryBlockGetSize(block);
+  return size >= 0 && extent > size;
+}
+
+}  // namespace
+
+bool ScreenCopyRequest(const CopyRequest& request) {
+  if (request.destRowBytes < 0 || request.startLine < 0 || request.endLine < -1) return false;
+  if (request.picture == nullptr) return RaiseException(kNilObjectException, kPictureIsNil), false;
+  const bool maskMissing = request.withMask && request.mask == nullptr;
+  if (request.maskCheckedFirst && maskMissing)
+    return RaiseException(kNilObjectException, kMaskPictureIsNil), false;
+  if (request.block == nullptr) return RaiseException(kNilObjectException, kMemoryblockIsNil), false;
+  if (maskMissing) return RaiseException(kNilObjectException, kMaskPictureIsNil), false;
+  if (request.offset < 0) return RaiseException(kUnsupportedOperationException, kOffsetTooSmall), false;
+  return true;
+}
+
+bool CopyPictureLines(const CopyRequest& request) {
+  if (!ScreenCopyRequest(request)) return false;
+  const CopyLayout& layout = *request.layout;
+  if (layout.bytesPerPixel == 0 && request.pixelByteSize < 1)
+    return RaiseException(kUnsupportedOperationException, kPixelByteSizeTooSmall), false;
+
+  PictureReader source;
+  if (!source.GetPictureEditor(request.picture, true, false)) return false;
+  PictureReader mask;
+  if (request.withMask && !mask.GetPictureEditor(request.mask, true, false)) return false;
+  // The mask, when there is one, gives the lines and the pixels per line; a line stops at
+  // the receiver's width so that nothing past its rows is read.
+  const PictureEditor& shape = request.withMask ? mask : source;
+  const LineRange lines = LinesToCopy(request.startLine, request.endLine, shape.Height);
+  const int32_t pixels = request.withMask ? std::min(mask.Width, source.Width) : source.Width;
+
+  const FormatGroup sourceGroup = GroupOf(source.PixelFormat);
+  const FormatGroup maskGroup = request.withMask ? GroupOf(mask.PixelFormat) : FormatGroup::kAlphaLast;
+  if (sourceGroup == FormatGroup::kNone || maskGroup == FormatGroup::kNone) return !request.withMask;
+
+  auto* base = static_cast<uint8_t*>(REALMemoryBlockGetPtr(request.block));
+  if (base == nullptr) return false;
+  const CopyRowPlan plan = PlanCopyRow(layout, sourceGroup, maskGroup, request.alpha, request.pixelByteSize);
+  const int64_t lineBytes = static_cast<int64_t>(std::max(shape.Width, 0)) * plan.stride;
+  const int64_t pitch = std::max<int64_t>(lineBytes, request.destRowBytes);
+  if (lines.empty()) return true;
+  if (BlockTooSmall(request.block, ExtentOf(request, lines, pitch, lineBytes)))
+    return RaiseException(kOutOfBoundsException, kMemoryblockTooSmall), false;
+
+  for (int32_t line = 0; line < lines.first; ++line) {
+    if (request.withMask) mask.NextRow();
+    source.NextRow();
+  }
+  const CopyRowKernel copyRow = ChooseCopyRow(KindOf(layout, request.withMask));
+  YieldData yield(request.yield);
+  uint8_t* destination = base + request.offset;
+  for (int32_t line = lines.first; line <= lines.last; ++line) {
+    if (pixels > 0) copyRow(source.CurrentRow, mask.CurrentRow, destination, pixels, plan);
+    destination += pitch;
+    if (request.withMask) mask.NextRow();
+    source.NextRow();
+    if (request.yield != 0) yield.DoYield();
+  }
+  return true;
+}

@@ -1,0 +1,49 @@
+// Byte layouts that pictures are copied into, as tables of what each written byte holds.
+#pragma once
+
+#include <cstdint>
+
+#include "pixels/picture_editor.h"
+
+// What one byte of a written pixel holds.
+enum class OutByte : uint8_t { kRed, kGreen, kBlue, kAlpha, kKeep };
+
+struct CopyLayout {
+  // How a written pixel is built: bytes 0 to bytesPerPixel − 1. kAlpha is the constant
+  // alpha or the mask's, kKeep a byte that is never written.
+  uint8_t bytesPerPixel;  // 0 for single channels, whose stride is the call's PixelByteSize
+  OutByte bytes[4];
+};
+
+namespace copy_layouts {
+using B = OutByte;
+// Four bytes with alpha (constant or from a mask).
+inline constexpr CopyLayout kARGB{4, {B::kAlpha, B::kRed, B::kGreen, B::kBlue}};
+inline constexpr CopyLayout kABGR{4, {B::kAlpha, B::kBlue, B::kGreen, B::kRed}};
+inline constexpr CopyLayout kRGBA{4, {B::kRed, B::kGreen, B::kBlue, B::kAlpha}};
+inline constexpr CopyLayout kBGRA{4, {B::kBlue, B::kGreen, B::kRed, B::kAlpha}};
+// Four bytes whose pad byte keeps what the block held.
+inline constexpr CopyLayout kXRGB{4, {B::kKeep, B::kRed, B::kGreen, B::kBlue}};
+inline constexpr CopyLayout kXBGR{4, {B::kKeep, B::kBlue, B::kGreen, B::kRed}};
+inline constexpr CopyLayout kRGBX{4, {B::kRed, B::kGreen, B::kBlue, B::kKeep}};
+inline constexpr CopyLayout kBGRX{4, {B::kBlue, B::kGreen, B::kRed, B::kKeep}};
+// Three packed bytes.
+inline constexpr CopyLayout kRGB{3, {B::kRed, B::kGreen, B::kBlue, B::kKeep}};
+inline constexpr CopyLayout kBGR{3, {B::kBlue, B::kGreen, B::kRed, B::kKeep}};
+// One byte at the start of every PixelByteSize bytes.
+inline constexpr CopyLayout kR{0, {B::kRed, B::kKeep, B::kKeep, B::kKeep}};
+inline constexpr CopyLayout kG{0, {B::kGreen, B::kKeep, B::kKeep, B::kKeep}};
+inline constexpr CopyLayout kB{0, {B::kBlue, B::kKeep, B::kKeep, B::kKeep}};
+}  // namespace copy_layouts
+
+// Where red, green and blue sit in a source pixel of each format group, and the mask's green.
+struct SourceBytes {
+  uint8_t red, green, blue;
+};
+inline SourceBytes SourceBytesOf(FormatGroup group) {
+  switch (group) {
+    case FormatGroup::kAlphaFirst: return {1, 2, 3};
+    case FormatGroup::kRowTable: return {2, 1, 0};
+    default: return {0, 1, 2};
+  }
+}

@@ -1,0 +1,15 @@
+// The LittleEndian overload, which only chooses among four layouts.
+#include "to_memory/copy_methods.h"
+
+bool CopyARGBtoMemoryblockX(REALpictureStruct* picture, REALmemoryBlockStruct* destination, int32_t offset,
+                            signed char littleEndian, int32_t alphaValue, int32_t startLine, int32_t endLine,
+                            int32_t yield, int32_t destRowBytes) {
+  if (!ScreenCopyRequest({picture, destination, offset, startLine, endLine, yield, destRowBytes})) return false;
+  // -1 counts as above 255.
+  if (static_cast<uint32_t>(alphaValue) <= 255) {
+    auto method = littleEndian != 0 ? CopyBGRAtoMemoryblockQZV : CopyARGBtoMemoryblockQZV;
+    return method(picture, destination, offset, alphaValue, startLine, endLine, yield, destRowBytes);
+  }
+  auto method = littleEndian != 0 ? CopyBGRXtoMemoryblockQZV : CopyXRGBtoMemoryblockQZV;
+  return method(picture, destination, offset, startLine, endLine, yield, destRowBytes);
+}

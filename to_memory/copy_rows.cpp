@@ -1,0 +1,94 @@
+// The plain row kernels of the picture-to-memory layouts, and the choice among them.
+#include "to_memory/copy_rows.h"
+
+CopyRowPlan PlanCopyRow(const CopyLayout& layout, FormatGroup source, FormatGroup mask, int32_t alpha,
+                        int32_t pixelByteSize) {
+  const SourceBytes bytes = SourceBytesOf(source);
+  CopyRowPlan plan{};
+  for (int k = 0; k < 4; ++k) {
+    switch (layout.bytes[k]) {
+      case OutByte::kRed: plan.from[k] = static_cast<int8_t>(bytes.red); break;
+      case OutByte::kGreen: plan.from[k] = static_cast<int8_t>(bytes.green); break;
+      case OutByte::kBlue: plan.from[k] = static_cast<int8_t>(bytes.blue); break;
+      case OutByte::kAlpha: plan.from[k] = CopyRowPlan::kFromAlpha; break;
+      case OutByte::kKeep: plan.from[k] = CopyRowPlan::kKeep; break;
+    }
+  }
+  plan.stride = layout.bytesPerPixel != 0 ? layout.bytesPerPixel : pixelByteSize;
+  plan.alpha = static_cast<uint8_t>(alpha);
+  plan.maskGreen = SourceBytesOf(mask).green;
+  return plan;
+}
+
+CopyKind KindOf(const CopyLayout& layout, bool withMask) {
+  if (withMask) return CopyKind::kMaskAlpha;
+  if (layout.bytesPerPixel == 0) return CopyKind::kChannel;
+  if (layout.bytesPerPixel == 3) return CopyKind::kPacked;
+  for (OutByte byte : layout.bytes)
+    if (byte == OutByte::kKeep) return CopyKind::kKeepPad;
+  return CopyKind::kFourBytes;
+}
+
+void CopyFourBytesRow_C(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t width, const CopyRowPlan& plan) {
+  for (int32_t x = 0; x < width; ++x) {
+    const uint8_t in[5] = {src[0], src[1], src[2], src[3], plan.alpha};
+    dst[0] = in[plan.from[0]];
+    dst[1] = in[plan.from[1]];
+    dst[2] = in[plan.from[2]];
+    dst[3] = in[plan.from[3]];
+    src += 4;
+    dst += 4;
+  }
+}
+
+void CopyMaskAlphaRow_C(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width,
+                        const CopyRowPlan& plan) {
+  for (int32_t x = 0; x < width; ++x) {
+    const uint8_t in[5] = {src[0], src[1], src[2], src[3], static_cast<uint8_t>(255 - mask[plan.maskGreen])};
+    dst[0] = in[plan.from[0]];
+    dst[1] = in[plan.from[1]];
+    dst[2] = in[plan.from[2]];
+    dst[3] = in[plan.from[3]];
+    src += 4;
+    mask += 4;
+    dst += 4;
+  }
+}
+
+void CopyKeepPadRow_C(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t width, const CopyRowPlan& plan) {
+  for (int32_t x = 0; x < width; ++x) {
+    for (int k = 0; k < 4; ++k)
+      if (plan.from[k] != CopyRowPlan::kKeep) dst[k] = src[plan.from[k]];
+    src += 4;
+    dst += 4;
+  }
+}
+
+void CopyPackedRow_C(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t width, const CopyRowPlan& plan) {
+  for (int32_t x = 0; x < width; ++x) {
+    dst[0] = src[plan.from[0]];
+    dst[1] = src[plan.from[1]];
+    dst[2] = src[plan.from[2]];
+    src += 4;
+    dst += 3;
+  }
+}
+
+void CopyChannelRow_C(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t width, const CopyRowPlan& plan) {
+  for (int32_t x = 0; x < width; ++x) {
+    *dst = src[plan.from[0]];
+    src += 4;
+    dst += plan.stride;
+  }
+}
+
+CopyRowKernel ChooseCopyRow(CopyKind kind) {
+  switch (kind) {
+    case CopyKind::kFourBytes: return CopyFourBytesRow_C;
+    case CopyKind::kMaskAlpha: return CopyMaskAlphaRow_C;
+    case CopyKind::kKeepPad: return CopyKeepPadRow_C;
+    case CopyKind::kPacked: return CopyPackedRow_C;
+    case CopyKind::kChannel: return CopyChannelRow_C;
+  }
+  return CopyFourBytesRow_C;
+}

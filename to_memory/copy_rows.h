@@ -1,0 +1,37 @@
+// Row kernels that build one line of a layout from one row of 32-bit source pixels.
+#pragma once
+
+#include <cstdint>
+
+#include "to_memory/copy_layouts.h"
+
+// Everything a row kernel needs, settled once per call.
+struct CopyRowPlan {
+  static constexpr int8_t kFromAlpha = 4;  // the constant (or mask) alpha
+  static constexpr int8_t kKeep = -1;      // not written
+  int8_t from[4];        // per written byte: source byte 0 to 3, kFromAlpha or kKeep
+  int32_t stride;        // bytes from one written pixel to the next
+  uint8_t alpha;         // constant alpha
+  uint8_t maskGreen;     // the mask pixel's green byte
+};
+
+// src: `width` 32-bit pixels; mask: the mask's row (mask layouts only); dst: the line.
+using CopyRowKernel = void (*)(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width,
+                               const CopyRowPlan& plan);
+
+// The plan for `layout` over a source (and mask) of these format groups.
+CopyRowPlan PlanCopyRow(const CopyLayout& layout, FormatGroup source, FormatGroup mask, int32_t alpha,
+                        int32_t pixelByteSize);
+
+// The kernel for the layout's kind: every written byte chosen, one of them alpha from a
+// constant or a mask, a pad byte kept, three packed bytes, or one channel at a stride.
+enum class CopyKind { kFourBytes, kMaskAlpha, kKeepPad, kPacked, kChannel };
+CopyKind KindOf(const CopyLayout& layout, bool withMask);
+CopyRowKernel ChooseCopyRow(CopyKind kind);
+
+// The plain kernels: the definition every faster one is tested against.
+void CopyFourBytesRow_C(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width, const CopyRowPlan& plan);
+void CopyMaskAlphaRow_C(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width, const CopyRowPlan& plan);
+void CopyKeepPadRow_C(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width, const CopyRowPlan& plan);
+void CopyPackedRow_C(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width, const CopyRowPlan& plan);
+void CopyChannelRow_C(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width, const CopyRowPlan& plan);
