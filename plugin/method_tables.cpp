@@ -1,12 +1,13 @@
 // The static registration tables: 32 global methods and the extension of "Picture".
 #include "plugin/registration.h"
 #include "to_memory/copy_methods.h"
+#include "to_picture/picture_methods.h"
+
+using namespace copy_method_names;     // NOLINT: the tables name every method
+using namespace picture_method_names;  // NOLINT
 
 namespace {
 constexpr RecordWord kUnfixedMethodFlags = 0x40000;
-
-// Conversions whose issue hasn't landed yet answer with the method's failure result.
-extern "C" REALpictureStruct* PendingPictureMethod() { return nullptr; }
 
 template <typename Function>
 REALmethodDefinition Method(Function* function, const char* declaration) {
@@ -15,69 +16,69 @@ REALmethodDefinition Method(Function* function, const char* declaration) {
 }  // namespace
 
 REALmethodDefinition globalMethods[kGlobalMethodCount] = {
-    Method(PendingPictureMethod,
+    Method(PtrARGBtoPictureQZVdest,
            "PtrARGBtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrABGRtoPictureQZVdest,
            "PtrABGRtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrBGRAtoPictureQZVdest,
            "PtrBGRAtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrRGBAtoPictureQZVdest,
            "PtrRGBAtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer, FlipVertically as boolean=false) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrBGRtoPictureQZVdest,
            "PtrBGRtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrRGBtoPictureQZVdest,
            "PtrRGBtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrARGBtoPictureQZV,
            "PtrARGBtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrABGRtoPictureQZV,
            "PtrABGRtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrBGRAtoPictureQZV,
            "PtrBGRAtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrRGBAtoPictureQZV,
            "PtrRGBAtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, FlipVertically as boolean=false) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrBGRtoPictureQZV,
            "PtrBGRtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrRGBtoPictureQZV,
            "PtrRGBtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrARGBtoPictureX,
            "PtrARGBtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, LittleEndian as boolean) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrGrayToPictureQZV,
            "PtrGrayToPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, PixelByteSize as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrGrayToPictureRGBQZV,
            "PtrGrayToPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, PixelByteSize as integer, Red as integer, Blue as integer, Green as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(PtrGrayToPicturePalQZV,
            "PtrGrayToPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, PixelByteSize as integer, Red() as integer, Blue() as integer, Green() as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockARGBtoPictureQZVdest,
            "MemoryblockARGBtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockABGRtoPictureQZVdest,
            "MemoryblockABGRtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockBGRAtoPictureQZVdest,
            "MemoryblockBGRAtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockRGBAtoPictureQZVdest,
            "MemoryblockRGBAtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, height as integer, FlipVertically as boolean=false) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockBGRtoPictureQZVdest,
            "MemoryblockBGRtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockRGBtoPictureQZVdest,
            "MemoryblockRGBtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockARGBtoPictureQZV,
            "MemoryblockARGBtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockABGRtoPictureQZV,
            "MemoryblockABGRtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockBGRAtoPictureQZV,
            "MemoryblockBGRAtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockRGBAtoPictureQZV,
            "MemoryblockRGBAtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, FlipVertically as boolean=false) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockBGRtoPictureQZV,
            "MemoryblockBGRtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockRGBtoPictureQZV,
            "MemoryblockRGBtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockARGBtoPictureX,
            "MemoryblockARGBtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, LittleEndian as boolean) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockGrayToPictureQZV,
            "MemoryblockGrayToPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, PixelByteSize as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockGrayToPictureRGBQZV,
            "MemoryblockGrayToPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, PixelByteSize as integer, Red as integer, Blue as integer, Green as integer) as picture"),
-    Method(PendingPictureMethod,
+    Method(MemoryblockGrayToPicturePalQZV,
            "MemoryblockGrayToPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, PixelByteSize as integer, Red() as integer, Blue() as integer, Green() as integer) as picture"),
 };
 

@@ -5,6 +5,7 @@
 
 #include "host/exceptions.h"
 #include "host/host_functions.h"
+#include "host/memory_blocks.h"
 #include "host/yield.h"
 #include "to_memory/copy_rows.h"
 
@@ -28,14 +29,6 @@ LineRange LinesToCopy(int32_t startLine, int32_t endLine, int32_t height) {
 int64_t ExtentOf(const CopyRequest& request, LineRange lines, int64_t pitch, int64_t lineBytes) {
   const int64_t extent = request.offset + (lines.last - lines.first) * pitch + lineBytes;
   return extent > INTPTR_MAX ? -1 : extent;
-}
-
-bool BlockTooSmall(REALmemoryBlockStruct* block, int64_t extent) {
-  if (extent < 0) return true;
-  // Hosts without the size function get the bytes as asked; the caller vouches for them.
-  if (REALMemoryBlockGetSize.Resolve() == nullptr) return false;
-  const int32_t size = REALMemoryBlockGetSize(block);
-  return size >= 0 && extent > size;
 }
 
 }  // namespace

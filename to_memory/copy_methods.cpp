@@ -1,6 +1,8 @@
 // The LittleEndian overload, which only chooses among four layouts.
 #include "to_memory/copy_methods.h"
 
+using namespace copy_method_names;  // NOLINT: the four layouts it chooses among
+
 bool CopyARGBtoMemoryblockX(REALpictureStruct* picture, REALmemoryBlockStruct* destination, int32_t offset,
                             signed char littleEndian, int32_t alphaValue, int32_t startLine, int32_t endLine,
                             int32_t yield, int32_t destRowBytes) {

@@ -45,6 +45,7 @@ bool Channel(REALpictureStruct* picture, REALmemoryBlockStruct* destination, int
 
 }  // namespace copy_methods
 
+namespace copy_method_names {
 using namespace copy_layouts;  // NOLINT: the layouts name the methods below
 
 inline constexpr auto CopyARGBtoMemoryblockQZV = &copy_methods::WithAlpha<kARGB>;
@@ -64,6 +65,7 @@ inline constexpr auto CopyBGRXtoMemoryblockQZV = &copy_methods::WithoutAlpha<kBG
 inline constexpr auto CopyRtoMemoryblockQZV = &copy_methods::Channel<kR>;
 inline constexpr auto CopyGtoMemoryblockQZV = &copy_methods::Channel<kG>;
 inline constexpr auto CopyBtoMemoryblockQZV = &copy_methods::Channel<kB>;
+}  // namespace copy_method_names
 
 // The LittleEndian overload of CopyARGBtoMemoryblockQZV: B,G,R,A or A,R,G,B for an alpha
 // of 0 to 255, the same layouts with the alpha byte left alone otherwise.

@@ -1,0 +1,109 @@
+// Gray sources, plain, tinted or mapped through three lookup tables: every overload builds
+// its tables before the rows are walked and then runs the same table kernel. Also the
+// LittleEndian choice of the ARGB family.
+#include <algorithm>
+
+#include "host/exceptions.h"
+#include "host/host_functions.h"
+#include "to_picture/picture_methods.h"
+
+namespace picture_methods {
+namespace {
+
+uint8_t Clamp(int64_t value) { return static_cast<uint8_t>(std::clamp<int64_t>(value, 0, 255)); }
+
+// v × k / 256 truncated toward zero, limited to 0 to 255. The product is exact, so a
+// factor too large for a 32-bit product still clamps by its true value.
+uint8_t Scale(int v, int32_t k) { return Clamp(int64_t{v} * k / 256); }
+
+// Entries 0 to the upper bound (at most 255) from the array, each limited to 0 to 255; the
+// rest stay 0.
+void FillFromArray(uint8_t* table, REALarrayInteger* array, int32_t upperBound) {
+  std::fill(table, table + 256, 0);
+  for (int32_t i = 0; i <= std::min(upperBound, 255); ++i) table[i] = Clamp(REALGetArrayInt(array, i));
+}
+
+// A nil array has no elements; the host isn't asked about it.
+int32_t UpperBound(REALarrayInteger* array) { return array != nullptr ? REALGetArrayUBound(array) : -1; }
+
+// The checks every gray overload makes before its tables: null when the call ends there.
+template <typename Source>
+const uint8_t* GraySource(typename Source::Handle source, int32_t offset, int32_t width, int32_t height,
+                          int32_t pixelByteSize) {
+  const PictureSource from = Source::Of(source);
+  if (!CheckPictureArguments(from, offset, width, height)) return nullptr;
+  if (pixelByteSize < 1) return RaiseException(kUnsupportedOperationException, kPixelByteSizeTooSmall), nullptr;
+  // The last byte read is the first byte of the last sample.
+  return SourceBytes(from, offset, (int64_t{width} * height - 1) * pixelByteSize + 1);
+}
+
+REALpictureStruct* WriteGray(const uint8_t* first, int32_t width, int32_t height, int32_t pixelByteSize,
+                             const GrayTables& tables) {
+  PictureRowPlan plan{};
+  plan.stride = pixelByteSize;
+  plan.tables = &tables;
+  return WritePictureRows(nullptr, width, height, first, int64_t{width} * pixelByteSize, GrayToPictureRow_C, plan);
+}
+
+}  // namespace
+
+template <typename Source>
+REALpictureStruct* Gray(typename Source::Handle source, int32_t offset, int32_t width, int32_t height,
+                        int32_t pixelByteSize) {
+  const uint8_t* first = GraySource<Source>(source, offset, width, height, pixelByteSize);
+  if (first == nullptr) return nullptr;
+  GrayTables tables;
+  for (int v = 0; v < 256; ++v) tables.red[v] = tables.green[v] = tables.blue[v] = static_cast<uint8_t>(v);
+  return WriteGray(first, width, height, pixelByteSize, tables);
+}
+
+// The factors go to red, green and blue in the order declared, whatever their names say.
+template <typename Source>
+REALpictureStruct* GrayTint(typename Source::Handle source, int32_t offset, int32_t width, int32_t height,
+                            int32_t pixelByteSize, int32_t red, int32_t blue, int32_t green) {
+  const uint8_t* first = GraySource<Source>(source, offset, width, height, pixelByteSize);
+  if (first == nullptr) return nullptr;
+  GrayTables tables;
+  for (int v = 0; v < 256; ++v) {
+    tables.red[v] = Scale(v, red);
+    tables.green[v] = Scale(v, blue);
+    tables.blue[v] = Scale(v, green);
+  }
+  return WriteGray(first, width, height, pixelByteSize, tables);
+}
+
+// Likewise the arrays: the first maps red, the second green, the third blue.
+template <typename Source>
+REALpictureStruct* GrayMapped(typename Source::Handle source, int32_t offset, int32_t width, int32_t height,
+                              int32_t pixelByteSize, REALarrayInteger* red, REALarrayInteger* blue,
+                              REALarrayInteger* green) {
+  const uint8_t* first = GraySource<Source>(source, offset, width, height, pixelByteSize);
+  if (first == nullptr) return nullptr;
+  const int32_t bounds[3] = {UpperBound(red), UpperBound(blue), UpperBound(green)};
+  GrayTables tables;
+  FillFromArray(tables.red, red, bounds[0]);
+  FillFromArray(tables.green, blue, bounds[1]);
+  FillFromArray(tables.blue, green, bounds[2]);
+  return WriteGray(first, width, height, pixelByteSize, tables);
+}
+
+template <typename Source>
+REALpictureStruct* ArgbX(typename Source::Handle source, int32_t offset, int32_t width, int32_t height,
+                         signed char littleEndian) {
+  if (!CheckPictureArguments(Source::Of(source), offset, width, height)) return nullptr;
+  if (littleEndian != 0) return WithDest<Source, source_layouts::kBGRA>(nullptr, source, offset, width, height);
+  return WithDest<Source, source_layouts::kARGB>(nullptr, source, offset, width, height);
+}
+
+#define PIXELBRIDGE_INSTANTIATE(Source)                                                                   \
+  template REALpictureStruct* Gray<Source>(Source::Handle, int32_t, int32_t, int32_t, int32_t);            \
+  template REALpictureStruct* GrayTint<Source>(Source::Handle, int32_t, int32_t, int32_t, int32_t, int32_t, \
+                                               int32_t, int32_t);                                          \
+  template REALpictureStruct* GrayMapped<Source>(Source::Handle, int32_t, int32_t, int32_t, int32_t,        \
+                                                 REALarrayInteger*, REALarrayInteger*, REALarrayInteger*); \
+  template REALpictureStruct* ArgbX<Source>(Source::Handle, int32_t, int32_t, int32_t, signed char);
+PIXELBRIDGE_INSTANTIATE(FromBlock)
+PIXELBRIDGE_INSTANTIATE(FromPtr)
+#undef PIXELBRIDGE_INSTANTIATE
+
+}  // namespace picture_methods

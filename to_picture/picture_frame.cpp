@@ -1,0 +1,42 @@
+// The memory-to-picture frame.
+#include "to_picture/picture_frame.h"
+
+#include "host/exceptions.h"
+#include "host/host_functions.h"
+#include "host/memory_blocks.h"
+
+bool CheckPictureArguments(const PictureSource& source, int32_t offset, int32_t width, int32_t height) {
+  if (source.isNil()) return RaiseException(kNilObjectException, kMemoryblockIsNil), false;
+  if (width < 1) return RaiseException(kUnsupportedOperationException, kWidthTooSmall), false;
+  if (height < 1) return RaiseException(kUnsupportedOperationException, kHeightTooSmall), false;
+  if (offset < 0) return RaiseException(kUnsupportedOperationException, kOffsetTooSmall), false;
+  return true;
+}
+
+const uint8_t* SourceBytes(const PictureSource& source, int32_t offset, int64_t extent) {
+  if (source.pointer != nullptr) {
+    // No size comes with a raw address, but no source can reach past the address space.
+    if (extent > INTPTR_MAX - offset) return nullptr;
+    return source.pointer + offset;
+  }
+  if (BlockTooSmall(source.block, extent > INT64_MAX - offset ? -1 : offset + extent))
+    return RaiseException(kOutOfBoundsException, kMemoryblockTooSmall), nullptr;
+  const auto* base = static_cast<const uint8_t*>(REALMemoryBlockGetPtr(source.block));
+  return base != nullptr ? base + offset : nullptr;
+}
+
+REALpictureStruct* WritePictureRows(REALpictureStruct* destination, int32_t width, int32_t height,
+                                    const uint8_t* firstRow, int64_t rowStep, PictureRowKernel kernel,
+                                    PictureRowPlan plan) {
+  PictureWriter writer;
+  if (!writer.NewPictureWriter(destination, width, height)) return nullptr;
+  const FormatGroup group = GroupOf(writer.PixelFormat);
+  const PictureRowPlan format = PlanPictureRow(group);
+  plan.redShift = format.redShift, plan.greenShift = format.greenShift, plan.blueShift = format.blueShift;
+  plan.opaque = format.opaque;
+  for (int32_t y = 0; y < height && group != FormatGroup::kNone; ++y) {
+    kernel(firstRow + y * rowStep, writer.CurrentRow, width, plan);
+    writer.NextRow();
+  }
+  return writer.RenderPictureWriter();
+}
