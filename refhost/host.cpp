@@ -161,8 +161,8 @@ Picture* Host::MakeHostPicture(int32_t width, int32_t height) {
   return NewPicture(spec);
 }
 
-void Host::CaptureMethod(const void* record) {
-  const auto* words = static_cast<const uintptr_t*>(record);
+// A method record's function (word 0), declaration (word 2) and flags (word 3).
+RegisteredMethod Host::ReadMethod(const uintptr_t* words) {
   RegisteredMethod method;
   method.function = reinterpret_cast<void*>(words[0]);
   method.declaration = reinterpret_cast<const char*>(words[2]);
@@ -171,7 +171,11 @@ void Host::CaptureMethod(const void* record) {
   auto parsed = ParseDeclaration(method.declaration, &error);
   if (!parsed) Problem(error);
   else method.parsed = *parsed;
-  global_methods_.push_back(method);
+  return method;
+}
+
+void Host::CaptureMethod(const void* record) {
+  global_methods_.push_back(ReadMethod(static_cast<const uintptr_t*>(record)));
 }
 
 void Host::CaptureClass(const void* record) {
@@ -184,18 +188,7 @@ void Host::CaptureClass(const void* record) {
   const auto* methods = reinterpret_cast<const uintptr_t*>(words[9]);
   const auto count = static_cast<intptr_t>(words[10]);
   picture_methods_.clear();
-  for (intptr_t i = 0; methods != nullptr && i < count; ++i) {
-    const uintptr_t* method = methods + i * stride;
-    RegisteredMethod captured;
-    captured.function = reinterpret_cast<void*>(method[0]);
-    captured.declaration = reinterpret_cast<const char*>(method[2]);
-    captured.flags = method[3];
-    std::string error;
-    auto parsed = ParseDeclaration(captured.declaration, &error);
-    if (!parsed) Problem(error);
-    else captured.parsed = *parsed;
-    picture_methods_.push_back(captured);
-  }
+  for (intptr_t i = 0; methods != nullptr && i < count; ++i) picture_methods_.push_back(ReadMethod(methods + i * stride));
 }
 
 void Host::Raise(Object* exception) {

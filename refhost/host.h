@@ -152,6 +152,7 @@ class Host {
   Audit Snapshot() const;
   void Finish(const Audit& before, CallResult& result);
   Object* Adopt(std::unique_ptr<Object> object);
+  RegisteredMethod ReadMethod(const uintptr_t* words);
 
   HostConfig config_;
   void* library_ = nullptr;
