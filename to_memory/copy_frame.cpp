@@ -62,8 +62,9 @@ bool CopyPictureLines(const CopyRequest& request) {
   const int32_t pixels = request.withMask ? std::min(mask.Width, source.Width) : source.Width;
 
   const FormatGroup sourceGroup = GroupOf(source.PixelFormat);
-  const FormatGroup maskGroup = request.withMask ? GroupOf(mask.PixelFormat) : FormatGroup::kAlphaLast;
-  if (sourceGroup == FormatGroup::kNone || maskGroup == FormatGroup::kNone) return !request.withMask;
+  const FormatGroup maskGroup = request.withMask ? GroupOf(mask.PixelFormat) : FormatGroup::kNone;
+  if (sourceGroup == FormatGroup::kNone || (request.withMask && maskGroup == FormatGroup::kNone))
+    return !request.withMask;
 
   auto* base = static_cast<uint8_t*>(REALMemoryBlockGetPtr(request.block));
   if (base == nullptr) return false;
@@ -78,11 +79,11 @@ bool CopyPictureLines(const CopyRequest& request) {
     if (request.withMask) mask.NextRow();
     source.NextRow();
   }
-  const CopyRowKernel copyRow = ChooseCopyRow(KindOf(layout, request.withMask));
+  const CopyRow copyRow(KindOf(layout, request.withMask), plan, ActiveSimdLevel());
   YieldData yield(request.yield);
   uint8_t* destination = base + request.offset;
   for (int32_t line = lines.first; line <= lines.last; ++line) {
-    if (pixels > 0) copyRow(source.CurrentRow, mask.CurrentRow, destination, pixels, plan);
+    if (pixels > 0) copyRow(source.CurrentRow, mask.CurrentRow, destination, pixels);
     destination += pitch;
     if (request.withMask) mask.NextRow();
     source.NextRow();

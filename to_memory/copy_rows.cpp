@@ -17,6 +17,19 @@ CopyRowPlan PlanCopyRow(const CopyLayout& layout, FormatGroup source, FormatGrou
   plan.stride = layout.bytesPerPixel != 0 ? layout.bytesPerPixel : pixelByteSize;
   plan.alpha = static_cast<uint8_t>(alpha);
   plan.maskGreen = SourceBytesOf(mask).green;
+
+  // The same as a byte map: one written pixel of `stride` bytes (up to four) per source pixel.
+  PixelMap map;
+  map.outputBytes = static_cast<int8_t>(plan.stride >= 1 && plan.stride <= 4 ? plan.stride : 1);
+  for (int k = 0; k < map.outputBytes; ++k) {
+    const int8_t from = plan.from[k];
+    if (from >= 0 && from < 4) map.from[k] = from;
+    else if (from == CopyRowPlan::kKeep) map.keep[k] = 0xFF;
+    else if (mask != FormatGroup::kNone) map.maskTo = static_cast<int8_t>(k);
+    else map.fill[k] = plan.alpha;
+  }
+  map.maskGreen = static_cast<int8_t>(plan.maskGreen);
+  BuildRowPatterns(map, &plan.patterns);
   return plan;
 }
 
@@ -82,13 +95,28 @@ void CopyChannelRow_C(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t 
   }
 }
 
-CopyRowKernel ChooseCopyRow(CopyKind kind) {
+CopyRow::CopyRow(CopyKind kind, const CopyRowPlan& plan, SimdLevel level) : plan_(plan) {
+  const RowKernelSet& simd = RowKernelsFor(level);
+  const bool scalar = level == SimdLevel::kScalar;
   switch (kind) {
-    case CopyKind::kFourBytes: return CopyFourBytesRow_C;
-    case CopyKind::kMaskAlpha: return CopyMaskAlphaRow_C;
-    case CopyKind::kKeepPad: return CopyKeepPadRow_C;
-    case CopyKind::kPacked: return CopyPackedRow_C;
-    case CopyKind::kChannel: return CopyChannelRow_C;
+    case CopyKind::kFourBytes:
+      plain_ = CopyFourBytesRow_C, fast_ = scalar ? nullptr : simd.fourToFour;
+      break;
+    case CopyKind::kMaskAlpha:
+      plain_ = CopyMaskAlphaRow_C, masked_ = scalar ? nullptr : simd.fourToFourMasked;
+      break;
+    case CopyKind::kKeepPad:
+      plain_ = CopyKeepPadRow_C, fast_ = scalar ? nullptr : simd.fourToFourKeeping;
+      break;
+    case CopyKind::kPacked:
+      plain_ = CopyPackedRow_C, fast_ = scalar ? nullptr : simd.fourToThree;
+      break;
+    case CopyKind::kChannel:
+      plain_ = CopyChannelRow_C;
+      if (scalar) break;
+      if (plan.stride == 1) fast_ = simd.fourToOne;
+      if (plan.stride == 3) fast_ = simd.fourToThreeKeeping;
+      if (plan.stride == 4) fast_ = simd.fourToFourKeeping;
+      break;
   }
-  return CopyFourBytesRow_C;
 }

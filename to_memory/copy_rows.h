@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "pixels/row_kernels.h"
 #include "to_memory/copy_layouts.h"
 
 // Everything a row kernel needs, settled once per call.
@@ -13,21 +14,40 @@ struct CopyRowPlan {
   int32_t stride;        // bytes from one written pixel to the next
   uint8_t alpha;         // constant alpha
   uint8_t maskGreen;     // the mask pixel's green byte
+  RowPatterns patterns;  // the same as patterns for the SIMD kernels
 };
 
 // src: `width` 32-bit pixels; mask: the mask's row (mask layouts only); dst: the line.
 using CopyRowKernel = void (*)(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width,
                                const CopyRowPlan& plan);
 
-// The plan for `layout` over a source (and mask) of these format groups.
+// The plan for `layout` over a source of this format group, and a mask of its own group
+// (kNone when the layout takes a constant alpha).
 CopyRowPlan PlanCopyRow(const CopyLayout& layout, FormatGroup source, FormatGroup mask, int32_t alpha,
                         int32_t pixelByteSize);
 
-// The kernel for the layout's kind: every written byte chosen, one of them alpha from a
-// constant or a mask, a pad byte kept, three packed bytes, or one channel at a stride.
+// The layout's kind: every written byte chosen, one of them alpha from a constant or a
+// mask, a pad byte kept, three packed bytes, or one channel at a stride.
 enum class CopyKind { kFourBytes, kMaskAlpha, kKeepPad, kPacked, kChannel };
 CopyKind KindOf(const CopyLayout& layout, bool withMask);
-CopyRowKernel ChooseCopyRow(CopyKind kind);
+
+// The row copy of one call, chosen once: the plain kernel at the scalar level (or for a
+// channel stride the SIMD kernels don't cover), a SIMD kernel otherwise.
+class CopyRow {
+ public:
+  CopyRow(CopyKind kind, const CopyRowPlan& plan, SimdLevel level);
+  void operator()(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width) const {
+    if (masked_ != nullptr) masked_(src, mask, dst, width, plan_.patterns);
+    else if (fast_ != nullptr) fast_(src, dst, width, plan_.patterns);
+    else plain_(src, mask, dst, width, plan_);
+  }
+
+ private:
+  const CopyRowPlan& plan_;
+  CopyRowKernel plain_ = nullptr;
+  RowKernel fast_ = nullptr;
+  MaskRowKernel masked_ = nullptr;
+};
 
 // The plain kernels: the definition every faster one is tested against.
 void CopyFourBytesRow_C(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width, const CopyRowPlan& plan);

@@ -38,11 +38,12 @@ const uint8_t* GraySource(typename Source::Handle source, int32_t offset, int32_
 }
 
 REALpictureStruct* WriteGray(const uint8_t* first, int32_t width, int32_t height, int32_t pixelByteSize,
-                             const GrayTables& tables) {
+                             const GrayTables& tables, bool plain = false) {
   PictureRowPlan plan{};
   plan.stride = pixelByteSize;
   plan.tables = &tables;
-  return WritePictureRows(nullptr, width, height, first, int64_t{width} * pixelByteSize, GrayToPictureRow_C, plan);
+  plan.plainGray = plain;
+  return WritePictureRows(nullptr, width, height, first, int64_t{width} * pixelByteSize, plan);
 }
 
 }  // namespace
@@ -54,7 +55,7 @@ REALpictureStruct* Gray(typename Source::Handle source, int32_t offset, int32_t 
   if (first == nullptr) return nullptr;
   GrayTables tables;
   for (int v = 0; v < 256; ++v) tables.red[v] = tables.green[v] = tables.blue[v] = static_cast<uint8_t>(v);
-  return WriteGray(first, width, height, pixelByteSize, tables);
+  return WriteGray(first, width, height, pixelByteSize, tables, true);
 }
 
 // The factors go to red, green and blue in the order declared, whatever their names say.

@@ -26,16 +26,16 @@ const uint8_t* SourceBytes(const PictureSource& source, int32_t offset, int64_t 
 }
 
 REALpictureStruct* WritePictureRows(REALpictureStruct* destination, int32_t width, int32_t height,
-                                    const uint8_t* firstRow, int64_t rowStep, PictureRowKernel kernel,
-                                    PictureRowPlan plan) {
+                                    const uint8_t* firstRow, int64_t rowStep, PictureRowPlan plan) {
   PictureWriter writer;
   if (!writer.NewPictureWriter(destination, width, height)) return nullptr;
   const FormatGroup group = GroupOf(writer.PixelFormat);
   const PictureRowPlan format = PlanPictureRow(group);
   plan.redShift = format.redShift, plan.greenShift = format.greenShift, plan.blueShift = format.blueShift;
   plan.opaque = format.opaque;
+  const PictureRow convert(plan, ActiveSimdLevel());
   for (int32_t y = 0; y < height && group != FormatGroup::kNone; ++y) {
-    kernel(firstRow + y * rowStep, writer.CurrentRow, width, plan);
+    convert(firstRow + y * rowStep, writer.CurrentRow, width);
     writer.NextRow();
   }
   return writer.RenderPictureWriter();

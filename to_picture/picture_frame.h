@@ -30,8 +30,8 @@ bool CheckPictureArguments(const PictureSource& source, int32_t offset, int32_t 
 const uint8_t* SourceBytes(const PictureSource& source, int32_t offset, int64_t extent);
 
 // Writes `height` rows of `width` pixels into `destination` (when large enough) or a new
-// picture, source row y starting at firstRow + y × rowStep, and returns the picture with a
+// picture, source row y starting at firstRow + y × rowStep, converted as `plan` says (its
+// destination half is filled in here), and returns the picture with a
 // reference for the caller; null when no picture could be had.
 REALpictureStruct* WritePictureRows(REALpictureStruct* destination, int32_t width, int32_t height,
-                                    const uint8_t* firstRow, int64_t rowStep, PictureRowKernel kernel,
-                                    PictureRowPlan plan);
+                                    const uint8_t* firstRow, int64_t rowStep, PictureRowPlan plan);

@@ -19,8 +19,8 @@ REALpictureStruct* Convert(REALpictureStruct* dest, typename Source::Handle sour
   PictureRowPlan plan{};
   plan.stride = kLayout.bytesPerPixel;
   plan.red = kLayout.red, plan.green = kLayout.green, plan.blue = kLayout.blue;
-  if (flipVertically) return WritePictureRows(dest, width, height, first + (height - 1) * pitch, -pitch, ColourToPictureRow_C, plan);
-  return WritePictureRows(dest, width, height, first, pitch, ColourToPictureRow_C, plan);
+  if (flipVertically) return WritePictureRows(dest, width, height, first + (height - 1) * pitch, -pitch, plan);
+  return WritePictureRows(dest, width, height, first, pitch, plan);
 }
 
 // (dest, source, offset, width, height)

@@ -43,3 +43,43 @@ void GrayToPictureRow_C(const uint8_t* src, uint8_t* dst, int32_t width, const P
     dst += 4;
   }
 }
+
+PictureRow::PictureRow(const PictureRowPlan& plan, SimdLevel level) : plan_(plan) {
+  const bool gray = plan.tables != nullptr;
+  plain_ = gray ? GrayToPictureRow_C : ColourToPictureRow_C;
+  if (level == SimdLevel::kScalar) return;
+  if (gray && !(plan.plainGray && plan.stride == 1)) {
+    const GrayTables& tables = *plan.tables;
+    for (int v = 0; v < 256; ++v)
+      words_[v] = (uint32_t{tables.red[v]} << plan.redShift) | (uint32_t{tables.green[v]} << plan.greenShift) |
+                  (uint32_t{tables.blue[v]} << plan.blueShift) | plan.opaque;
+    words_in_use_ = true;
+    return;
+  }
+  // The same as a byte map: each channel to the byte its shift names, the filler byte set.
+  PixelMap map;
+  map.inputBytes = static_cast<int8_t>(gray ? 1 : plan.stride);
+  map.from[plan.redShift / 8] = static_cast<int8_t>(gray ? 0 : plan.red);
+  map.from[plan.greenShift / 8] = static_cast<int8_t>(gray ? 0 : plan.green);
+  map.from[plan.blueShift / 8] = static_cast<int8_t>(gray ? 0 : plan.blue);
+  for (int k = 0; k < 4; ++k) map.fill[k] = static_cast<uint8_t>(plan.opaque >> (8 * k));
+  BuildRowPatterns(map, &patterns_);
+  const RowKernelSet& simd = RowKernelsFor(level);
+  fast_ = gray ? simd.oneToFour : plan.stride == 3 ? simd.threeToFour : simd.fourToFour;
+}
+
+void PictureRow::operator()(const uint8_t* src, uint8_t* dst, int32_t width) const {
+  if (fast_ != nullptr) return fast_(src, dst, width, patterns_);
+  if (words_in_use_) return GrayWordsRow(src, dst, width, plan_.stride, words_);
+  plain_(src, dst, width, plan_);
+}
+
+void GrayWordsRow(const uint8_t* src, uint8_t* dst, int32_t width, int32_t stride, const uint32_t* words) {
+  int32_t x = 0;
+  for (; x + 4 <= width; x += 4) {
+    const uint32_t four[4] = {words[src[0]], words[src[stride]], words[src[2 * stride]], words[src[3 * stride]]};
+    memcpy(dst + 4 * x, four, sizeof four);
+    src += 4 * stride;
+  }
+  for (; x < width; ++x, src += stride) memcpy(dst + 4 * x, &words[*src], 4);
+}

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "pixels/picture_editor.h"
+#include "pixels/row_kernels.h"
 
 // Where red, green and blue sit in a source pixel of `bytesPerPixel` bytes.
 struct SourceLayout {
@@ -35,12 +36,33 @@ struct PictureRowPlan {
   uint8_t redShift, greenShift, blueShift;
   uint32_t opaque;  // the alpha (or filler) bits of an opaque pixel in the writer's format
   const GrayTables* tables;  // gray sources
+  bool plainGray;            // gray sources whose tables map every sample to itself
 };
 
 using PictureRowKernel = void (*)(const uint8_t* src, uint8_t* dst, int32_t width, const PictureRowPlan& plan);
 
 // The destination half of a plan, for the writer's format group.
 PictureRowPlan PlanPictureRow(FormatGroup writer);
+
+// The row conversion of one call, chosen once: the plain kernel at the scalar level, a SIMD
+// shuffle for colour (and plain gray samples one byte apart), and for other gray sources one
+// lookup per pixel in a table of finished pixel words.
+class PictureRow {
+ public:
+  PictureRow(const PictureRowPlan& plan, SimdLevel level);
+  void operator()(const uint8_t* src, uint8_t* dst, int32_t width) const;
+
+ private:
+  const PictureRowPlan& plan_;
+  PictureRowKernel plain_ = nullptr;
+  RowKernel fast_ = nullptr;
+  RowPatterns patterns_;
+  bool words_in_use_ = false;
+  uint32_t words_[256];
+};
+
+// Gray samples `stride` bytes apart through a table of finished pixel words.
+void GrayWordsRow(const uint8_t* src, uint8_t* dst, int32_t width, int32_t stride, const uint32_t* words);
 
 // The plain kernels: the definition every faster one is tested against.
 void ColourToPictureRow_C(const uint8_t* src, uint8_t* dst, int32_t width, const PictureRowPlan& plan);

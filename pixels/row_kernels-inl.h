@@ -1,0 +1,206 @@
+// The SIMD row kernels, written once. Each instruction set's translation unit includes this
+// after choosing its target and PIXELBRIDGE_VECTOR_BYTES (16, 32 or 64); everything here is
+// internal to that unit. Four-byte shapes shuffle within 16-byte lanes and so run at the full
+// width; packing shapes cross lanes and run 16 bytes at a time, or as byte permutes of the
+// whole vector where the level has them.
+#include <immintrin.h>
+
+#include "pixels/row_kernels.h"
+
+namespace {
+
+#if defined(__i386__)
+// Hosts may call in with a stack aligned to 4 bytes only.
+#define PIXELBRIDGE_ROW_ENTRY __attribute__((force_align_arg_pointer))
+#else
+#define PIXELBRIDGE_ROW_ENTRY
+#endif
+
+inline __m128i Load16(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+inline void Store16(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+
+#if PIXELBRIDGE_VECTOR_BYTES == 16
+using Vec = __m128i;
+inline Vec Load(const uint8_t* p) { return Load16(p); }
+inline void Store(uint8_t* p, Vec v) { Store16(p, v); }
+inline Vec Pattern(const uint8_t* p) { return Load16(p); }
+inline Vec Shuffle(Vec v, Vec m) { return _mm_shuffle_epi8(v, m); }
+inline Vec Or(Vec a, Vec b) { return _mm_or_si128(a, b); }
+inline Vec And(Vec a, Vec b) { return _mm_and_si128(a, b); }
+inline Vec Xor(Vec a, Vec b) { return _mm_xor_si128(a, b); }
+#elif PIXELBRIDGE_VECTOR_BYTES == 32
+using Vec = __m256i;
+inline Vec Load(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+inline void Store(uint8_t* p, Vec v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
+inline Vec Pattern(const uint8_t* p) { return _mm256_broadcastsi128_si256(Load16(p)); }
+inline Vec Shuffle(Vec v, Vec m) { return _mm256_shuffle_epi8(v, m); }
+inline Vec Or(Vec a, Vec b) { return _mm256_or_si256(a, b); }
+inline Vec And(Vec a, Vec b) { return _mm256_and_si256(a, b); }
+inline Vec Xor(Vec a, Vec b) { return _mm256_xor_si256(a, b); }
+#elif PIXELBRIDGE_VECTOR_BYTES == 64
+using Vec = __m512i;
+inline Vec Load(const uint8_t* p) { return _mm512_loadu_si512(p); }
+inline void Store(uint8_t* p, Vec v) { _mm512_storeu_si512(p, v); }
+inline Vec Pattern(const uint8_t* p) { return _mm512_broadcast_i32x4(Load16(p)); }
+inline Vec Shuffle(Vec v, Vec m) { return _mm512_shuffle_epi8(v, m); }
+inline Vec Or(Vec a, Vec b) { return _mm512_or_si512(a, b); }
+inline Vec And(Vec a, Vec b) { return _mm512_and_si512(a, b); }
+inline Vec Xor(Vec a, Vec b) { return _mm512_xor_si512(a, b); }
+#endif
+
+constexpr int32_t kPixelsPerVector = PIXELBRIDGE_VECTOR_BYTES / 4;
+
+PIXELBRIDGE_ROW_ENTRY void FourToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill);
+  int32_t x = 0;
+  for (; x + 2 * kPixelsPerVector <= pixels; x += 2 * kPixelsPerVector) {
+    const Vec a = Load(src + 4 * x), b = Load(src + 4 * x + PIXELBRIDGE_VECTOR_BYTES);
+    Store(dst + 4 * x, Or(Shuffle(a, shuffle), fill));
+    Store(dst + 4 * x + PIXELBRIDGE_VECTOR_BYTES, Or(Shuffle(b, shuffle), fill));
+  }
+  for (; x + kPixelsPerVector <= pixels; x += kPixelsPerVector)
+    Store(dst + 4 * x, Or(Shuffle(Load(src + 4 * x), shuffle), fill));
+  MapPixels(src + 4 * x, dst + 4 * x, pixels - x, p.map);
+}
+
+PIXELBRIDGE_ROW_ENTRY void FourToFourKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels,
+                                             const RowPatterns& p) {
+  const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill), keep = Pattern(p.keep);
+  int32_t x = 0;
+  for (; x + kPixelsPerVector <= pixels; x += kPixelsPerVector) {
+    const Vec kept = And(Load(dst + 4 * x), keep);
+    Store(dst + 4 * x, Or(Or(Shuffle(Load(src + 4 * x), shuffle), fill), kept));
+  }
+  MapPixels(src + 4 * x, dst + 4 * x, pixels - x, p.map);
+}
+
+PIXELBRIDGE_ROW_ENTRY void FourToFourMasked(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels,
+                                            const RowPatterns& p) {
+  const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill);
+  const Vec maskShuffle = Pattern(p.maskShuffle), maskFlip = Pattern(p.maskFlip);
+  int32_t x = 0;
+  for (; x + kPixelsPerVector <= pixels; x += kPixelsPerVector) {
+    const Vec alpha = Xor(Shuffle(Load(mask + 4 * x), maskShuffle), maskFlip);
+    Store(dst + 4 * x, Or(Or(Shuffle(Load(src + 4 * x), shuffle), fill), alpha));
+  }
+  MapMaskedPixels(src + 4 * x, mask + 4 * x, dst + 4 * x, pixels - x, p.map);
+}
+
+#if PIXELBRIDGE_VECTOR_BYTES == 64
+// Sixteen pixels a step as one byte permute of the whole vector; masked loads and stores
+// keep every access inside the row.
+constexpr __mmask64 Bytes(int count) { return count >= 64 ? ~__mmask64{0} : (__mmask64{1} << count) - 1; }
+
+template <bool kKeeping>
+inline void Permute(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  const Vec wide = _mm512_loadu_si512(p.wide), fill = _mm512_loadu_si512(p.wideFill);
+  const Vec keep = _mm512_loadu_si512(p.wideKeep);
+  const int in = p.map.inputBytes, out = p.map.outputBytes;
+  for (int32_t x = 0; x < pixels; x += 16) {
+    const int count = pixels - x < 16 ? pixels - x : 16;
+    const __mmask64 loads = Bytes(count * in), stores = Bytes(count * out);
+    const Vec input = _mm512_maskz_loadu_epi8(loads, src + in * x);
+    Vec v = Or(_mm512_maskz_permutexvar_epi8(p.wideTaken, wide, input), fill);
+    if (kKeeping) v = Or(v, And(_mm512_maskz_loadu_epi8(stores, dst + out * x), keep));
+    _mm512_mask_storeu_epi8(dst + out * x, stores, v);
+  }
+}
+
+PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  Permute<false>(src, dst, pixels, p);
+}
+PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels,
+                                              const RowPatterns& p) {
+  Permute<true>(src, dst, pixels, p);
+}
+PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  Permute<false>(src, dst, pixels, p);
+}
+PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  Permute<false>(src, dst, pixels, p);
+}
+#else
+// Sixteen pixels a step: four shuffled blocks of twelve bytes spliced into three stores.
+template <bool kKeeping>
+inline void Pack(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  const __m128i shuffle = Load16(p.shuffle);
+  int32_t x = 0;
+  for (; x + 16 <= pixels; x += 16) {
+    const uint8_t* s = src + 4 * x;
+    uint8_t* d = dst + 3 * x;
+    const __m128i a = _mm_shuffle_epi8(Load16(s), shuffle);
+    const __m128i b = _mm_shuffle_epi8(Load16(s + 16), shuffle);
+    const __m128i c = _mm_shuffle_epi8(Load16(s + 32), shuffle);
+    const __m128i e = _mm_shuffle_epi8(Load16(s + 48), shuffle);
+    __m128i out[3] = {_mm_or_si128(a, _mm_slli_si128(b, 12)),
+                      _mm_or_si128(_mm_srli_si128(b, 4), _mm_slli_si128(c, 8)),
+                      _mm_or_si128(_mm_srli_si128(c, 8), _mm_slli_si128(e, 4))};
+    for (int k = 0; k < 3; ++k) {
+      out[k] = _mm_or_si128(out[k], Load16(p.wideFill + 16 * k));
+      if (kKeeping) out[k] = _mm_or_si128(out[k], _mm_and_si128(Load16(d + 16 * k), Load16(p.wideKeep + 16 * k)));
+      Store16(d + 16 * k, out[k]);
+    }
+  }
+  MapPixels(src + 4 * x, dst + 3 * x, pixels - x, p.map);
+}
+
+PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  Pack<false>(src, dst, pixels, p);
+}
+PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels,
+                                              const RowPatterns& p) {
+  Pack<true>(src, dst, pixels, p);
+}
+
+// Sixteen pixels a step from 48 bytes, realigned so that each block of four starts a lane.
+PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  const __m128i shuffle = Load16(p.shuffle), fill = Load16(p.fill);
+  int32_t x = 0;
+  for (; x + 16 <= pixels; x += 16) {
+    const uint8_t* s = src + 3 * x;
+    uint8_t* d = dst + 4 * x;
+    const __m128i in0 = Load16(s), in1 = Load16(s + 16), in2 = Load16(s + 32);
+    Store16(d, _mm_or_si128(_mm_shuffle_epi8(in0, shuffle), fill));
+    Store16(d + 16, _mm_or_si128(_mm_shuffle_epi8(_mm_alignr_epi8(in1, in0, 12), shuffle), fill));
+    Store16(d + 32, _mm_or_si128(_mm_shuffle_epi8(_mm_alignr_epi8(in2, in1, 8), shuffle), fill));
+    Store16(d + 48, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in2, 4), shuffle), fill));
+  }
+  MapPixels(src + 3 * x, dst + 4 * x, pixels - x, p.map);
+}
+
+// Sixteen samples a step, four to each block of output pixels.
+PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  const __m128i shuffle = Load16(p.shuffle), fill = Load16(p.fill);
+  int32_t x = 0;
+  for (; x + 16 <= pixels; x += 16) {
+    const __m128i in = Load16(src + x);
+    uint8_t* d = dst + 4 * x;
+    Store16(d, _mm_or_si128(_mm_shuffle_epi8(in, shuffle), fill));
+    Store16(d + 16, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in, 4), shuffle), fill));
+    Store16(d + 32, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in, 8), shuffle), fill));
+    Store16(d + 48, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in, 12), shuffle), fill));
+  }
+  MapPixels(src + x, dst + 4 * x, pixels - x, p.map);
+}
+#endif
+
+// Sixteen pixels a step: one channel of each block of four gathered into four bytes.
+PIXELBRIDGE_ROW_ENTRY void FourToOne(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  const __m128i shuffle = Load16(p.shuffle);
+  int32_t x = 0;
+  for (; x + 16 <= pixels; x += 16) {
+    const uint8_t* s = src + 4 * x;
+    const __m128i a = _mm_shuffle_epi8(Load16(s), shuffle);
+    const __m128i b = _mm_slli_si128(_mm_shuffle_epi8(Load16(s + 16), shuffle), 4);
+    const __m128i c = _mm_slli_si128(_mm_shuffle_epi8(Load16(s + 32), shuffle), 8);
+    const __m128i e = _mm_slli_si128(_mm_shuffle_epi8(Load16(s + 48), shuffle), 12);
+    Store16(dst + x, _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, e)));
+  }
+  MapPixels(src + 4 * x, dst + x, pixels - x, p.map);
+}
+
+}  // namespace
+
+#define PIXELBRIDGE_ROW_KERNEL_SET                                                                \
+  {FourToFour, FourToFourKeeping, FourToFourMasked, FourToThree, FourToThreeKeeping, FourToOne, \
+   ThreeToFour, OneToFour}

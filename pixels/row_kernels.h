@@ -1,0 +1,61 @@
+// Byte-shuffle row primitives behind every fast conversion: a layout is a byte map, turned
+// once per call into shuffle patterns that one kernel per shape runs on a whole row.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/cpu.h"
+
+// How one output pixel is made from one input pixel (and a mask pixel).
+struct PixelMap {
+  static constexpr int8_t kNone = -1;
+  int8_t inputBytes = 4;     // 4, 3 for packed input, 1 for a sample
+  int8_t outputBytes = 4;    // 4, 3 for packed output, 1 for a channel
+  int8_t from[4] = {kNone, kNone, kNone, kNone};  // the input byte of each output byte
+  uint8_t fill[4] = {};      // ORed into each output byte (alpha, opaque filler)
+  uint8_t keep[4] = {};      // 0xFF where the destination's byte stays as it was
+  int8_t maskGreen = kNone;  // mask layouts: the mask pixel's green byte…
+  int8_t maskTo = kNone;     // …becomes 255 − green at this output byte
+};
+
+// The map as 16-byte patterns for four pixels at a time, and 64-byte ones for sixteen.
+struct alignas(64) RowPatterns {
+  uint8_t shuffle[16];      // four pixels: output byte ← input byte (0x80: zero)
+  uint8_t fill[16];
+  uint8_t keep[16];
+  uint8_t maskShuffle[16];  // the mask's green to its output byte, 0x80 elsewhere
+  uint8_t maskFlip[16];     // 0xFF at that byte: green becomes 255 − green
+  uint8_t wide[64];         // 16 pixels at once: output byte ← input byte, across the vector
+  uint8_t wideFill[64];
+  uint8_t wideKeep[64];
+  uint64_t wideTaken;       // bit i: output byte i takes an input byte (byte permutes can't zero)
+  PixelMap map;             // for the last few pixels of a row
+};
+
+void BuildRowPatterns(const PixelMap& map, RowPatterns* patterns);
+
+using RowKernel = void (*)(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& patterns);
+using MaskRowKernel = void (*)(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels,
+                               const RowPatterns& patterns);
+
+// One kernel per shape of map. Every kernel handles any pixel count and alignment and
+// touches no byte outside its row: the last pixels run through the scalar form.
+struct RowKernelSet {
+  RowKernel fourToFour;          // 4 → 4 bytes
+  RowKernel fourToFourKeeping;   // 4 → 4, some destination bytes kept
+  MaskRowKernel fourToFourMasked;  // 4 → 4 with one byte from the mask
+  RowKernel fourToThree;         // 4 → 3, packed
+  RowKernel fourToThreeKeeping;  // 4 → 3, some destination bytes kept
+  RowKernel fourToOne;           // 4 → 1, one channel
+  RowKernel threeToFour;         // 3 → 4
+  RowKernel oneToFour;           // 1 → 4: a sample to every byte that maps from it
+};
+
+// The kernels of a level; each level's set falls back to the level below where it has
+// nothing better. RowKernels() is the set of the active level.
+const RowKernelSet& RowKernelsFor(SimdLevel level);
+const RowKernelSet& RowKernels();
+
+// The scalar forms, one pixel at a time by the map.
+void MapPixels(const uint8_t* src, uint8_t* dst, int32_t pixels, const PixelMap& map);
+void MapMaskedPixels(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const PixelMap& map);
