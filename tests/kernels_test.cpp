@@ -2,6 +2,7 @@
 // widths 0 to 67 and source and destination misalignments 0 to 15.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
 #include <random>
 #include <vector>
@@ -11,16 +12,21 @@
 
 namespace {
 
+const char* Name(SimdLevel level) {
+  static const char* const kNames[] = {"scalar", "SSSE3", "AVX2", "AVX-512"};
+  return kNames[static_cast<int>(level)];
+}
+
 std::vector<SimdLevel> Levels() {
+  static const bool told = [] {
+    printf("row kernels checked up to the %s level\n", Name(DetectedSimdLevel()));
+    return true;
+  }();
+  (void)told;
   std::vector<SimdLevel> levels;
   for (int level = 0; level <= static_cast<int>(DetectedSimdLevel()); ++level)
     levels.push_back(static_cast<SimdLevel>(level));
   return levels;
-}
-
-const char* Name(SimdLevel level) {
-  static const char* const kNames[] = {"scalar", "SSSE3", "AVX2", "AVX-512"};
-  return kNames[static_cast<int>(level)];
 }
 
 constexpr int32_t kWidths = 68;

@@ -133,14 +133,17 @@ HostConfig ConfigFor(HostKind kind) {
   return config;
 }
 
-// Every method from every source format, lines 1 to 3 of 4, with a gap after each line
-// and bytes before the offset, all compared with the bytes the test expects.
+// Every method from every source format at every SIMD level, lines 1 to 3 of 4, with a gap
+// after each line and bytes before the offset, all compared with the bytes the test expects.
 TEST(CopyToMemory, EveryLayoutFromEverySourceFormat) {
   for (const Source& source : kSources) {
     SCOPED_TRACE(source.name);
-    InHost(ConfigFor(source.host), [&](Host& host) {
-      Picture* picture = Painted(host, SpecOf(source, 5, 4), ColourAt);
-      Picture* mask = Painted(host, SpecOf(source, 5, 4), MaskAt);
+    HostConfig config = pixeltest::ProbeConfig();
+    config.kind = source.host;
+    InHost(config, [&](Host& host) {
+      Picture* picture = Painted(host, SpecOf(source, 21, 4), ColourAt);
+      Picture* mask = Painted(host, SpecOf(source, 21, 4), MaskAt);
+      pixeltest::ForEachSimdLevel(host, [&] {
       for (const CopyMethod& method : pixeltest::CopyMethods()) {
         SCOPED_TRACE(method.name);
         CopyCall call{picture, nullptr, 3};
@@ -150,9 +153,10 @@ TEST(CopyToMemory, EveryLayoutFromEverySourceFormat) {
                      : method.args == CopyArgs::kChannel ? refhost::Arg(3)
                                                          : refhost::Arg(0x1C3);
         if (method.args == CopyArgs::kLittleEndian) call.extra = 0xC3, call.littleEndian = 1;
-        call.destRowBytes = pixeltest::BytesPerPixel(method, 3) * 5 + 5;
+        call.destRowBytes = pixeltest::BytesPerPixel(method, 3) * 21 + 5;
         ExpectWritten(RunCopy(host, method, call, want));
       }
+      });
       host.Release(picture);
       host.Release(mask);
     });
@@ -183,13 +187,17 @@ TEST(CopyToMemory, LineRangesAndPitch) {
   };
   InHost(ConfigFor(HostKind::Desktop), [&](Host& host) {
     for (const Case& c : cases) {
+      for (int32_t padding : {0, 12}) {
       SCOPED_TRACE(testing::Message() << c.width << "x" << c.height << " lines " << c.startLine << ".." << c.endLine
-                                      << " DestRowBytes " << c.destRowBytes);
-      Picture* picture = Painted(host, SpecOf(kSources[5], c.width, c.height), ColourAt);
+                                      << " DestRowBytes " << c.destRowBytes << " row padding " << padding);
+      PictureSpec spec = SpecOf(kSources[5], c.width, c.height);
+      spec.row_padding = padding;
+      Picture* picture = Painted(host, spec, ColourAt);
       CopyCall call{picture, nullptr, 2, 0x80};
       call.startLine = c.startLine, call.endLine = c.endLine, call.destRowBytes = c.destRowBytes;
       ExpectWritten(RunCopy(host, Method("RGBA"), call, {c.first, c.last, 0x80, 1, c.first > c.last ? 16u : 0u}));
       host.Release(picture);
+      }
     }
   });
 }

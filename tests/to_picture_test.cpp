@@ -134,6 +134,12 @@ HostConfig ConfigFor(const Writer& writer) {
   return config;
 }
 
+HostConfig ProbeConfigFor(const Writer& writer) {
+  HostConfig config = ConfigFor(writer);
+  config.plugin_path = pixeltest::ProbeConfig().plugin_path;
+  return config;
+}
+
 HostConfig Desktop() { return ConfigFor(kWriters[3]); }
 
 Picture* Returned(const refhost::CallResult& result) {
@@ -146,21 +152,23 @@ Picture* Returned(const refhost::CallResult& result) {
 TEST(MemoryToPicture, EveryColourLayoutIntoEveryWriterFormat) {
   for (const Writer& writer : kWriters) {
     SCOPED_TRACE(writer.name);
-    InHost(ConfigFor(writer), [&](Host& host) {
-      for (const ColourMethod& method : ColourMethods()) {
-        SCOPED_TRACE(method.name);
-        const std::vector<uint8_t> source = SourceBytes(method, 5, 3);
-        MemoryBlock* block = SourceBlock(host, source, 3);
-        Picture* picture = Returned(host.Call(GlobalDeclaration(method.index),
-                                              ColourArgs(method, nullptr, SourceArg(block, method.fromPtr), 3, 5, 3, 1)));
-        if (picture != nullptr) {
-          EXPECT_EQ(picture->width(), 5);
-          EXPECT_EQ(picture->height(), 3);
-          ExpectPixels(*picture, method, source, 5, 3, method.flippable);
-          host.Release(picture);
+    InHost(ProbeConfigFor(writer), [&](Host& host) {
+      pixeltest::ForEachSimdLevel(host, [&] {
+        for (const ColourMethod& method : ColourMethods()) {
+          SCOPED_TRACE(method.name);
+          const std::vector<uint8_t> source = SourceBytes(method, 21, 3);
+          MemoryBlock* block = SourceBlock(host, source, 3);
+          Picture* picture = Returned(host.Call(
+              GlobalDeclaration(method.index), ColourArgs(method, nullptr, SourceArg(block, method.fromPtr), 3, 21, 3, 1)));
+          if (picture != nullptr) {
+            EXPECT_EQ(picture->width(), 21);
+            EXPECT_EQ(picture->height(), 3);
+            ExpectPixels(*picture, method, source, 21, 3, method.flippable);
+            host.Release(picture);
+          }
+          host.Release(block);
         }
-        host.Release(block);
-      }
+      });
     });
   }
 }
@@ -417,15 +425,16 @@ std::vector<uint8_t> GraySamples(int32_t count, int32_t pixelByteSize) {
 TEST(MemoryToPicture, GrayPlainTintedAndMappedIntoEveryWriter) {
   for (const Writer& writer : kWriters) {
     SCOPED_TRACE(writer.name);
-    InHost(ConfigFor(writer), [&](Host& host) {
+    InHost(ProbeConfigFor(writer), [&](Host& host) {
+      pixeltest::ForEachSimdLevel(host, [&] {
       for (const GrayCase& c : kGrayCases) {
         for (bool fromPtr : {true, false}) {
           for (int32_t pixelByteSize : {1, 2, 3}) {
             SCOPED_TRACE(testing::Message() << c.name << (fromPtr ? " Ptr" : " Memoryblock") << " PixelByteSize "
                                             << pixelByteSize);
-            const std::vector<uint8_t> samples = GraySamples(4 * 3, pixelByteSize);
+            const std::vector<uint8_t> samples = GraySamples(20 * 3, pixelByteSize);
             MemoryBlock* block = SourceBlock(host, std::vector<uint8_t>(samples.begin(), samples.end() - pixelByteSize + 1), 2);
-            std::vector<Arg> args = {SourceArg(block, fromPtr), 2, 4, 3, pixelByteSize};
+            std::vector<Arg> args = {SourceArg(block, fromPtr), 2, 20, 3, pixelByteSize};
             for (int32_t factor : c.tint) args.push_back(factor);
             std::vector<refhost::Object*> arrays;
             for (const std::vector<int32_t>& values : c.arrays) {
@@ -433,8 +442,8 @@ TEST(MemoryToPicture, GrayPlainTintedAndMappedIntoEveryWriter) {
               args.push_back(arrays.back());
             }
             Picture* picture = Returned(host.Call(GlobalDeclaration(c.index + (fromPtr ? 0 : 16)), args));
-            for (int32_t i = 0; picture != nullptr && i < 12; ++i) {
-              ASSERT_EQ(BytesAt(*picture, i % 4, i / 4),
+            for (int32_t i = 0; picture != nullptr && i < 60; ++i) {
+              ASSERT_EQ(BytesAt(*picture, i % 20, i / 20),
                         OpaqueBytes(*picture, GrayColour(c, samples[static_cast<size_t>(i * pixelByteSize)])))
                   << "sample " << i;
             }
@@ -445,6 +454,7 @@ TEST(MemoryToPicture, GrayPlainTintedAndMappedIntoEveryWriter) {
           }
         }
       }
+      });
     });
   }
 }

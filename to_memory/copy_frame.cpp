@@ -80,8 +80,15 @@ bool CopyPictureLines(const CopyRequest& request) {
     source.NextRow();
   }
   const CopyRow copyRow(KindOf(layout, request.withMask), plan, ActiveSimdLevel());
-  YieldData yield(request.yield);
   uint8_t* destination = base + request.offset;
+  // Lines that follow one another in the picture and in the block are one long row.
+  const int64_t total = int64_t{pixels} * (lines.last - lines.first + 1);
+  if (request.yield == 0 && !request.withMask && source.PixelFormat != kFormatRowTable &&
+      source.RowBytes == int64_t{source.Width} * 4 && pitch == lineBytes && total <= INT32_MAX) {
+    if (total > 0) copyRow(source.CurrentRow, nullptr, destination, static_cast<int32_t>(total));
+    return true;
+  }
+  YieldData yield(request.yield);
   for (int32_t line = lines.first; line <= lines.last; ++line) {
     if (pixels > 0) copyRow(source.CurrentRow, mask.CurrentRow, destination, pixels);
     destination += pitch;

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <fstream>
 
+#include "platform/cpu.h"
+
 namespace pixeltest {
 
 refhost::HostConfig PluginConfig() {
@@ -61,6 +63,15 @@ void InOpenedHost(const refhost::HostConfig& config, const std::function<void(re
 void ExpectBalanced(const refhost::CallResult& result) {
   EXPECT_TRUE(result.called) << result.error;
   for (const std::string& problem : result.problems) ADD_FAILURE() << problem;
+}
+
+void ForEachSimdLevel(refhost::Host& host, const std::function<void()>& body) {
+  auto cap = Probe<void (*)(int)>(host, "PixelbridgeProbeCapSimd");
+  for (int level = 0; level <= static_cast<int>(DetectedSimdLevel()); ++level) {
+    SCOPED_TRACE(testing::Message() << "SIMD level " << level);
+    cap(level);
+    body();
+  }
 }
 
 std::vector<std::string> DataLines(const std::string& file) {

@@ -33,6 +33,10 @@ Function Probe(refhost::Host& host, const char* name) {
   return reinterpret_cast<Function>(symbol);
 }
 
+// Runs `body` once for each SIMD level the kernels may use here, with the probe build's
+// kernels held to that level (the plug-in must be the probe build).
+void ForEachSimdLevel(refhost::Host& host, const std::function<void()>& body);
+
 // Lines of a data file under tests/data, without comment lines.
 std::vector<std::string> DataLines(const std::string& file);
 

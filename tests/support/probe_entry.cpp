@@ -71,5 +71,9 @@ PROBE void PixelbridgeProbeEditorFields(const PictureEditor* editor, ProbeEditor
              editor->RowIndex,    editor->Picture,   editor->RowTable,         editor->HasAlphaChannel,
              editor->ForReading,  editor->ForWriting, editor->DescriptionLocked};
 }
+// The widest SIMD level the kernels may use from now on.
+#include "platform/cpu.h"
+PROBE void PixelbridgeProbeCapSimd(int level) { CapSimdLevel(static_cast<SimdLevel>(level)); }
+
 // Bit 0: desktop host, bit 1: console host.
 PROBE int PixelbridgeProbeHostKind() { return (IsDesktop ? 1 : 0) | (IsConsole ? 2 : 0); }
