@@ -87,10 +87,56 @@ PIXELBRIDGE_ROW_ENTRY void FourToFourMasked(const uint8_t* src, const uint8_t* m
 }
 
 #if PIXELBRIDGE_VECTOR_BYTES == 64
-// Sixteen pixels a step as one byte permute of the whole vector; masked loads and stores
-// keep every access inside the row.
+// Sixteen pixels a step as one byte permute of the whole vector. Whole steps load and store
+// with plain 16- and 32-byte moves (masked moves are slow on some processors); the last,
+// partial step masks its bytes so that nothing outside the row is touched.
 constexpr __mmask64 Bytes(int count) { return count >= 64 ? ~__mmask64{0} : (__mmask64{1} << count) - 1; }
 
+inline Vec LoadBytes(const uint8_t* p, int count) {
+  switch (count) {
+    case 64: return _mm512_loadu_si512(p);
+    case 48: return _mm512_inserti32x4(_mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))), Load16(p + 32), 2);
+    case 16: return _mm512_castsi128_si512(Load16(p));
+    default: return _mm512_maskz_loadu_epi8(Bytes(count), p);
+  }
+}
+
+inline void StoreBytes(uint8_t* p, Vec v, int count) {
+  switch (count) {
+    case 64: return _mm512_storeu_si512(p, v);
+    case 48:
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_castsi512_si256(v));
+      return Store16(p + 32, _mm512_extracti32x4_epi32(v, 2));
+    default: return _mm512_mask_storeu_epi8(p, Bytes(count), v);
+  }
+}
+
+// Sixty-four pixels a step: every output vector is one permute of the two input vectors
+// it spans. Pixels of kIn bytes in, kOut bytes out.
+template <int kIn, int kOut, bool kKeeping>
+inline int32_t PermuteWhole(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  Vec pair[kOut], fills[kOut], keeps[kOut];
+  for (int k = 0; k < kOut; ++k) {
+    pair[k] = _mm512_loadu_si512(p.pair[k]);
+    fills[k] = _mm512_loadu_si512(p.pairFill[k]);
+    keeps[k] = _mm512_loadu_si512(p.pairKeep[k]);
+  }
+  int32_t x = 0;
+  for (; x + 64 <= pixels; x += 64) {
+    Vec input[kIn + 1];
+    for (int k = 0; k < kIn; ++k) input[k] = _mm512_loadu_si512(src + kIn * x + 64 * k);
+    input[kIn] = input[kIn - 1];
+    for (int k = 0; k < kOut; ++k) {
+      const int first = p.pairFirst[k];
+      Vec v = Or(_mm512_maskz_permutex2var_epi8(p.pairTaken[k], input[first], pair[k], input[first + 1]), fills[k]);
+      if (kKeeping) v = Or(v, And(_mm512_loadu_si512(dst + kOut * x + 64 * k), keeps[k]));
+      _mm512_storeu_si512(dst + kOut * x + 64 * k, v);
+    }
+  }
+  return x;
+}
+
+// Sixteen pixels a step, for what is left of a row.
 template <bool kKeeping>
 inline void Permute(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec wide = _mm512_loadu_si512(p.wide), fill = _mm512_loadu_si512(p.wideFill);
@@ -98,23 +144,28 @@ inline void Permute(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowP
   const int in = p.map.inputBytes, out = p.map.outputBytes;
   for (int32_t x = 0; x < pixels; x += 16) {
     const int count = pixels - x < 16 ? pixels - x : 16;
-    const __mmask64 loads = Bytes(count * in), stores = Bytes(count * out);
-    const Vec input = _mm512_maskz_loadu_epi8(loads, src + in * x);
-    Vec v = Or(_mm512_maskz_permutexvar_epi8(p.wideTaken, wide, input), fill);
-    if (kKeeping) v = Or(v, And(_mm512_maskz_loadu_epi8(stores, dst + out * x), keep));
-    _mm512_mask_storeu_epi8(dst + out * x, stores, v);
+    const int inBytes = count * in, outBytes = count * out;
+    Vec v = Or(_mm512_maskz_permutexvar_epi8(p.wideTaken, wide, LoadBytes(src + in * x, inBytes)), fill);
+    if (kKeeping) v = Or(v, And(LoadBytes(dst + out * x, outBytes), keep));
+    StoreBytes(dst + out * x, v, outBytes);
   }
 }
 
+template <int kIn, int kOut, bool kKeeping>
+inline void PermuteRow(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  const int32_t done = PermuteWhole<kIn, kOut, kKeeping>(src, dst, pixels, p);
+  Permute<kKeeping>(src + kIn * done, dst + kOut * done, pixels - done, p);
+}
+
 PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  Permute<false>(src, dst, pixels, p);
+  PermuteRow<4, 3, false>(src, dst, pixels, p);
 }
 PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels,
                                               const RowPatterns& p) {
-  Permute<true>(src, dst, pixels, p);
+  PermuteRow<4, 3, true>(src, dst, pixels, p);
 }
 PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  Permute<false>(src, dst, pixels, p);
+  PermuteRow<3, 4, false>(src, dst, pixels, p);
 }
 PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   Permute<false>(src, dst, pixels, p);

@@ -37,6 +37,21 @@ void BuildRowPatterns(const PixelMap& map, RowPatterns* patterns) {
   for (int out = 16 * map.outputBytes; out < 64; ++out) patterns->wide[out] = kZero;
   for (int out = 0; out < 64; ++out)
     if (patterns->wide[out] != kZero) patterns->wideTaken |= uint64_t{1} << out;
+  // Sixty-four pixels: each 64-byte output vector from the pair of input vectors it spans.
+  for (int vector = 0; vector < map.outputBytes; ++vector) {
+    const int firstPixel = vector * 64 / map.outputBytes;
+    const int first = firstPixel * map.inputBytes / 64;
+    patterns->pairFirst[vector] = static_cast<uint8_t>(first);
+    for (int byte = 0; byte < 64; ++byte) {
+      const int out = vector * 64 + byte;
+      const int8_t from = map.from[out % map.outputBytes];
+      patterns->pairFill[vector][byte] = map.fill[out % map.outputBytes];
+      patterns->pairKeep[vector][byte] = map.keep[out % map.outputBytes];
+      if (from == PixelMap::kNone) continue;
+      patterns->pair[vector][byte] = static_cast<uint8_t>((out / map.outputBytes) * map.inputBytes + from - 64 * first);
+      patterns->pairTaken[vector] |= uint64_t{1} << byte;
+    }
+  }
 }
 
 namespace {

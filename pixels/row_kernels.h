@@ -29,6 +29,13 @@ struct alignas(64) RowPatterns {
   uint8_t wideFill[64];
   uint8_t wideKeep[64];
   uint64_t wideTaken;       // bit i: output byte i takes an input byte (byte permutes can't zero)
+  // Sixty-four pixels at once: output vector k takes its bytes from input vectors
+  // pairFirst[k] and pairFirst[k] + 1 (indexes 0 to 127 across the pair).
+  uint8_t pair[4][64];
+  uint8_t pairFill[4][64];
+  uint8_t pairKeep[4][64];
+  uint64_t pairTaken[4];
+  uint8_t pairFirst[4];
   PixelMap map;             // for the last few pixels of a row
 };
 

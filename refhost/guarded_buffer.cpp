@@ -1,33 +1,58 @@
-// Guard-paged buffers.
+// Guard-paged buffers, with freed regions kept for reuse as an allocator keeps freed memory.
 #include "refhost/guarded_buffer.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstring>
+#include <map>
 #include <new>
 
 namespace refhost {
 namespace {
 constexpr uint8_t kSlackPattern = 0xA5;
+constexpr size_t kPooledBytes = size_t{256} << 20;  // freed regions kept, at most
 size_t PageSize() { return static_cast<size_t>(sysconf(_SC_PAGESIZE)); }
+
+// Freed regions by size, guard pages still in place. Fresh pages cost a fault each on
+// first touch, which in virtual machines is dear; reused ones don't.
+std::multimap<size_t, uint8_t*>& Pool() {
+  static std::multimap<size_t, uint8_t*> pool;
+  return pool;
+}
+size_t gPooled = 0;
 }  // namespace
 
 GuardedBuffer::GuardedBuffer(size_t size, uint8_t fill) : size_(size) {
   const size_t page = PageSize();
   const size_t dataPages = (size + page - 1) / page;
   region_size_ = (dataPages + 2) * page;
-  void* region = mmap(nullptr, region_size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (region == MAP_FAILED) throw std::bad_alloc();
-  region_ = static_cast<uint8_t*>(region);
-  mprotect(region_, page, PROT_NONE);
-  mprotect(region_ + (dataPages + 1) * page, page, PROT_NONE);
+  auto pooled = Pool().find(region_size_);
+  const bool reused = pooled != Pool().end();
+  if (reused) {
+    region_ = pooled->second;
+    Pool().erase(pooled);
+    gPooled -= region_size_;
+  } else {
+    void* region = mmap(nullptr, region_size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (region == MAP_FAILED) throw std::bad_alloc();
+    region_ = static_cast<uint8_t*>(region);
+    mprotect(region_, page, PROT_NONE);
+    mprotect(region_ + (dataPages + 1) * page, page, PROT_NONE);
+  }
   data_ = region_ + (dataPages + 1) * page - size;
   memset(region_ + page, kSlackPattern, dataPages * page - size);
-  memset(data_, fill, size);
+  if (reused || fill != 0) memset(data_, fill, size);  // fresh pages read as zero already
 }
 
-GuardedBuffer::~GuardedBuffer() { munmap(region_, region_size_); }
+GuardedBuffer::~GuardedBuffer() {
+  if (gPooled + region_size_ <= kPooledBytes) {
+    Pool().emplace(region_size_, region_);
+    gPooled += region_size_;
+  } else {
+    munmap(region_, region_size_);
+  }
+}
 
 bool GuardedBuffer::SlackIntact() const {
   for (const uint8_t* byte = region_ + PageSize(); byte < data_; ++byte)

@@ -86,11 +86,12 @@ void* Host::Symbol(const char* name) const {
 void* Host::Resolve(const char* name) {
   void* address = nullptr;
   if (name != nullptr && config_.missing.count(name) == 0) address = HostFunctionAddress(name);
-  log_.push_back({true, name != nullptr ? name : "(null)", address != nullptr, 0});
+  if (!config_.quiet) log_.push_back({true, name != nullptr ? name : "(null)", address != nullptr, 0});
   return address;
 }
 
 void Host::NoteCall(const char* name, void* handle) {
+  if (config_.quiet) return;
   int id = 0;
   if (handle != nullptr) {
     auto found = objects_.find(handle);

@@ -33,6 +33,8 @@ struct HostConfig {
   std::set<std::string> uninstantiable;
   // The plug-in to load; empty: the one this build made.
   std::string plugin_path;
+  // Keep no log of lookups and calls (for benchmarks, whose loops would grow it without end).
+  bool quiet = false;
   // Desktop hosts: the alpha info of the bitmap contexts of pictures "newPicture" makes.
   uint32_t new_picture_alpha_info = 6;
   // "REALLoadObjectMethod" answers null, as hosts without it do for DrawPicture.

@@ -1,6 +1,7 @@
 // Picture storage and pixel locks of the reference host.
 #include "refhost/pictures.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
@@ -102,8 +103,25 @@ Picture::Picture(const PictureSpec& spec) : Object("Picture"), spec_(spec) {
       drawing_.resize(static_cast<size_t>(spec.width) * static_cast<size_t>(spec.height));
       break;
   }
-  for (int32_t y = 0; y < spec.height; ++y)
-    for (int32_t x = 0; x < spec.width; ++x) SetPixel(x, y, spec.fill);
+  Fill(spec.fill);
+}
+
+// One pixel set the slow way, then copied along the first row and down the others.
+void Picture::Fill(Rgba colour) {
+  if (spec_.width == 0 || spec_.height == 0) return;
+  if (spec_.kind == PictureKind::Vector) {
+    std::fill(drawing_.begin(), drawing_.end(), colour);
+    return;
+  }
+  SetPixel(0, 0, colour);
+  const size_t pixel = pixels_ ? bytes_per_pixel_ : 4;
+  const size_t row = pixel * static_cast<size_t>(spec_.width);
+  auto rowOf = [&](int32_t y) -> uint8_t* {
+    return pixels_ ? bitmap_row(y) : reinterpret_cast<uint8_t*>(store_->record()->tpixels ? store_->record()->tpixels[y] : nullptr);
+  };
+  if (rowOf(0) == nullptr) return;  // palette images stay as made
+  for (size_t x = pixel; x < row; x += pixel) memcpy(rowOf(0) + x, rowOf(0), pixel);
+  for (int32_t y = 1; y < spec_.height; ++y) memcpy(rowOf(y), rowOf(0), row);
 }
 
 Picture::~Picture() {

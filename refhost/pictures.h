@@ -63,6 +63,7 @@ class Picture : public Object {
   int32_t width() const { return spec_.width; }
   int32_t height() const { return spec_.height; }
   void SetPixel(int32_t x, int32_t y, Rgba colour);
+  void Fill(Rgba colour);
   Rgba GetPixel(int32_t x, int32_t y) const;
 
   // The pixel lock as "REALLockPictureDescription" and "unlockPictureDescription" see it.

@@ -1,0 +1,189 @@
+// pixelbench: every method, called through the reference host as a user program would,
+// timed against memcpy of its bytes and the nearest conversion of the reference library.
+#include <gd.h>
+#include <gdfonts.h>
+#include <gdfontt.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "bench/subjects.h"
+
+namespace {
+
+struct Size {
+  int32_t width, height;
+};
+
+struct Row {
+  std::string layout;
+  Size size;
+  double method, copy, nearest;  // nanoseconds per call
+  std::string nearestName;
+};
+
+double Median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return values[values.size() / 2];
+}
+
+// Nanoseconds per call of `f`, over enough calls to last about two milliseconds.
+template <typename F>
+double PerCall(F&& f, int calls) {
+  const auto start = std::chrono::steady_clock::now();
+  for (int i = 0; i < calls; ++i) f();
+  const auto elapsed = std::chrono::steady_clock::now() - start;
+  return std::chrono::duration<double, std::nano>(elapsed).count() / calls;
+}
+template <typename F>
+int CallsFor(F&& f) {
+  const double once = std::max(PerCall(f, 1), PerCall(f, 1));
+  return static_cast<int>(std::clamp(2e6 / std::max(once, 1.0), 1.0, 200000.0));
+}
+
+// Calls one registered method with prepared words; gives back the picture it returns.
+struct Invoker {
+  refhost::Host& host;
+  const bench::Subject& subject;
+  void* function = nullptr;
+  std::vector<refhost::ParamType> types;
+  std::optional<refhost::ParamType> result;
+
+  Invoker(refhost::Host& h, const bench::Subject& s) : host(h), subject(s) {
+    const auto& methods = s.pictureMethod ? host.picture_methods() : host.global_methods();
+    for (const auto& method : methods) {
+      if (method.declaration != s.declaration) continue;
+      function = method.function;
+      if (s.pictureMethod) types.push_back(refhost::ParamType::Picture);
+      for (const auto& param : method.parsed.params) types.push_back(param.type);
+      result = method.parsed.result;
+    }
+  }
+  void operator()() const {
+    uintptr_t returned = 0;
+    std::string error;
+    if (!refhost::InvokeBySignature(function, types, result, subject.words, &returned, &error)) {
+      fprintf(stderr, "pixelbench: %s\n", error.c_str());
+      exit(1);
+    }
+    if (!subject.pictureMethod && returned != 0) host.Release(host.Find(reinterpret_cast<void*>(returned)));
+  }
+};
+
+std::string CpuModel() {
+  std::ifstream in("/proc/cpuinfo");
+  for (std::string line; std::getline(in, line);)
+    if (line.rfind("model name", 0) == 0) return line.substr(line.find(':') + 2);
+  return "unknown CPU";
+}
+
+// Bars of the time against memcpy per method, with the reference library's ratio as a dot.
+void DrawChart(const std::vector<Row>& rows, const std::string& path) {
+  const int barWidth = 14, left = 40, top = 30, plotHeight = 300;
+  const int width = left + static_cast<int>(rows.size()) * barWidth + 20, height = top + plotHeight + 230;
+  gdImagePtr image = gdImageCreateTrueColor(width, height);
+  const int white = gdImageColorAllocate(image, 255, 255, 255), black = gdImageColorAllocate(image, 0, 0, 0);
+  const int bar = gdImageColorAllocate(image, 70, 110, 190), dot = gdImageColorAllocate(image, 220, 80, 40);
+  const int grid = gdImageColorAllocate(image, 200, 200, 200);
+  gdImageFilledRectangle(image, 0, 0, width, height, white);
+  const double scale = plotHeight / 3.0;  // ratios up to 3
+  auto y = [&](double ratio) { return top + plotHeight - static_cast<int>(std::min(ratio, 3.0) * scale); };
+  for (double ratio : {0.5, 1.0, 1.3, 2.0, 3.0}) {
+    gdImageLine(image, left, y(ratio), width - 10, y(ratio), grid);
+    gdImageString(image, gdFontGetSmall(), 4, y(ratio) - 6,
+                  reinterpret_cast<unsigned char*>(const_cast<char*>(std::to_string(ratio).substr(0, 3).c_str())), black);
+  }
+  for (size_t i = 0; i < rows.size(); ++i) {
+    const int x = left + static_cast<int>(i) * barWidth;
+    gdImageFilledRectangle(image, x + 2, y(rows[i].method / rows[i].copy), x + barWidth - 2, y(0), bar);
+    if (rows[i].nearest > 0) gdImageFilledEllipse(image, x + barWidth / 2, y(rows[i].method / rows[i].nearest), 6, 6, dot);
+    gdImageStringUp(image, gdFontGetTiny(), x + 3, height - 4,
+                    reinterpret_cast<unsigned char*>(const_cast<char*>(rows[i].layout.c_str())), black);
+  }
+  const std::string title = "time / memcpy (bars), time / nearest libyuv (dots), " + std::to_string(rows[0].size.width) +
+                            "x" + std::to_string(rows[0].size.height);
+  gdImageString(image, gdFontGetSmall(), left, 8, reinterpret_cast<unsigned char*>(const_cast<char*>(title.c_str())), black);
+  FILE* file = fopen(path.c_str(), "wb");
+  if (file != nullptr) {
+    gdImagePng(image, file);
+    fclose(file);
+  }
+  gdImageDestroy(image);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<Size> sizes = {{64, 64}, {1920, 1080}, {4096, 2160}};
+  std::string csvPath = "pixelbench.csv", chartPath = "pixelbench.png", filter;
+  int rounds = 5, simd = -1;
+  for (int i = 1; i + 1 < argc; i += 2) {
+    if (strcmp(argv[i], "--csv") == 0) csvPath = argv[i + 1];
+    else if (strcmp(argv[i], "--chart") == 0) chartPath = argv[i + 1];
+    else if (strcmp(argv[i], "--rounds") == 0) rounds = std::max(1, atoi(argv[i + 1]));
+    else if (strcmp(argv[i], "--filter") == 0) filter = argv[i + 1];
+    else if (strcmp(argv[i], "--simd") == 0) simd = atoi(argv[i + 1]);
+    else if (strcmp(argv[i], "--size") == 0) sizes = {{atoi(argv[i + 1]), atoi(strchr(argv[i + 1], 'x') ? strchr(argv[i + 1], 'x') + 1 : argv[i + 1])}};
+    else {
+      fprintf(stderr,
+              "usage: pixelbench [--csv FILE] [--chart FILE.png] [--rounds N] [--filter TEXT] [--size WxH]\n"
+              "                  [--simd 0-3: hold the kernels to scalar, SSSE3, AVX2 or AVX-512]\n");
+      return 2;
+    }
+  }
+  refhost::HostConfig config;
+  config.quiet = true;
+  // Holding the kernels to a level takes the test probe build, which sits beside this program.
+  if (simd >= 0) config.plugin_path = std::string(PIXELBRIDGE_BUILD_DIR) + "/libpixelbridge_probe.so";
+  refhost::Host host(config);
+  std::string error;
+  if (!host.Load(&error)) {
+    fprintf(stderr, "pixelbench: %s\n", error.c_str());
+    return 1;
+  }
+  if (simd >= 0) reinterpret_cast<void (*)(int)>(host.Symbol("PixelbridgeProbeCapSimd"))(simd);
+  printf("pixelbridge benchmark on %s, median of %d rounds, nanoseconds per call\n", CpuModel().c_str(), rounds);
+  std::vector<Row> rows;
+  for (const Size& size : sizes) {
+    bench::Scene scene = bench::MakeScene(host, size.width, size.height);
+    printf("\n%dx%d %-32s %12s %12s %12s %7s %7s  %s\n", size.width, size.height, "method", "time", "memcpy", "nearest",
+           "/memcpy", "/near", "nearest");
+    for (const bench::Subject& subject : bench::MakeSubjects(host, scene)) {
+      if (!filter.empty() && subject.layout.find(filter) == std::string::npos) continue;
+      const Invoker method(host, subject);
+      const size_t bytes = std::max(subject.sourceBytes, subject.destinationBytes);
+      std::vector<uint8_t> from(bytes, 1), to(bytes, 2);
+      auto copy = [&] { memcpy(to.data(), from.data(), bytes); };
+      const int methodCalls = CallsFor(method), copyCalls = CallsFor(copy), nearestCalls = CallsFor(subject.nearest);
+      std::vector<double> methodTimes, copyTimes, nearestTimes;
+      for (int round = 0; round < rounds; ++round) {
+        methodTimes.push_back(PerCall(method, methodCalls));
+        copyTimes.push_back(PerCall(copy, copyCalls));
+        nearestTimes.push_back(PerCall(subject.nearest, nearestCalls));
+      }
+      Row row{subject.layout, size, Median(methodTimes), Median(copyTimes), Median(nearestTimes), subject.nearestName};
+      printf("%-42s %12.0f %12.0f %12.0f %7.2f %7.2f  %s\n", row.layout.c_str(), row.method, row.copy, row.nearest,
+             row.method / row.copy, row.method / row.nearest, row.nearestName.c_str());
+      fflush(stdout);
+      rows.push_back(row);
+    }
+    for (refhost::Object* object : std::initializer_list<refhost::Object*>{scene.picture, scene.mask, scene.dest, scene.block, scene.source, scene.table})
+      host.Release(object);
+  }
+  std::ofstream csv(csvPath);
+  csv << "method,width,height,time_ns,memcpy_ns,nearest,nearest_ns,ratio_memcpy,ratio_nearest\n";
+  for (const Row& row : rows)
+    csv << '"' << row.layout << "\"," << row.size.width << ',' << row.size.height << ',' << row.method << ',' << row.copy
+        << ',' << row.nearestName << ',' << row.nearest << ',' << row.method / row.copy << ',' << row.method / row.nearest << '\n';
+  std::vector<Row> chart;
+  for (const Row& row : rows)
+    if (row.size.width == 1920) chart.push_back(row);
+  if (!chart.empty()) DrawChart(chart, chartPath);
+  printf("\nwrote %s%s\n", csvPath.c_str(), chart.empty() ? "" : (" and " + chartPath).c_str());
+  return 0;
+}
