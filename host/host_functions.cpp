@@ -15,11 +15,13 @@ constexpr int kArrayElementsWord = 2;
 constexpr double kLastHostWithDirectArrays = 2013.9;
 }  // namespace
 
+const int32_t* REALDirectArrayElements(REALarrayInteger* array) {
+  if (array == nullptr || rbversion > kLastHostWithDirectArrays) return nullptr;
+  return reinterpret_cast<int32_t* const*>(array)[kArrayElementsWord];
+}
+
 int32_t REALGetArrayInt(REALarrayInteger* array, int32_t index) {
   if (array == nullptr) return 0;
-  if (rbversion <= kLastHostWithDirectArrays) {
-    const int32_t* elements = reinterpret_cast<int32_t* const*>(array)[kArrayElementsWord];
-    if (elements != nullptr) return elements[index];
-  }
+  if (const int32_t* elements = REALDirectArrayElements(array)) return elements[index];
   return REALReadArrayInt(array, index);
 }

@@ -50,3 +50,5 @@ PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELBRIDGE_DECLARE_WRAPPER)
 // One element of a host integer array: 0 for a nil array; read straight from the array's
 // storage on hosts up to 2013.9, through the host above that.
 int32_t REALGetArrayInt(REALarrayInteger* array, int32_t index);
+// The array's elements when they may be read straight from its storage, else null.
+const int32_t* REALDirectArrayElements(REALarrayInteger* array);

@@ -12,43 +12,44 @@ extern const RowKernelSet kRowKernelsSSSE3;
 extern const RowKernelSet kRowKernelsAVX2;
 extern const RowKernelSet kRowKernelsAVX512;
 
-void BuildRowPatterns(const PixelMap& map, RowPatterns* patterns) {
-  *patterns = RowPatterns{};
+void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns) {
   patterns->map = map;
-  // Sixteen pixels at once for the wide patterns, four for the 16-byte ones.
-  for (int pixel = 0; pixel < 16; ++pixel) {
-    for (int k = 0; k < map.outputBytes; ++k) {
-      const int out = pixel * map.outputBytes + k;
-      const int8_t from = map.from[k];
-      patterns->wide[out] = from == PixelMap::kNone ? kZero : static_cast<uint8_t>(pixel * map.inputBytes + from);
-      patterns->wideFill[out] = map.fill[k];
-      patterns->wideKeep[out] = map.keep[k];
-      if (pixel >= 4) continue;
-      patterns->shuffle[out] = patterns->wide[out];
-      patterns->fill[out] = map.fill[k];
-      patterns->keep[out] = map.keep[k];
-      const bool masked = map.maskTo == k;
-      patterns->maskShuffle[out] = masked ? static_cast<uint8_t>(pixel * 4 + map.maskGreen) : kZero;
-      patterns->maskFlip[out] = masked ? 0xFF : 0;
-    }
+  if (level == SimdLevel::kScalar) return;
+  const int in = map.inputBytes, out = map.outputBytes;
+  // Four pixels for the 16-byte patterns; bytes past four packed pixels take nothing.
+  for (int byte = 0; byte < 16; ++byte) {
+    const int pixel = byte / out, k = byte % out;
+    const bool inside = pixel < 4;
+    const bool masked = inside && map.maskTo == k;
+    patterns->shuffle[byte] = inside && map.from[k] != PixelMap::kNone ? static_cast<uint8_t>(pixel * in + map.from[k]) : kZero;
+    patterns->fill[byte] = inside ? map.fill[k] : 0;
+    patterns->keep[byte] = inside ? map.keep[k] : 0;
+    patterns->maskShuffle[byte] = masked ? static_cast<uint8_t>(pixel * 4 + map.maskGreen) : kZero;
+    patterns->maskFlip[byte] = masked ? 0xFF : 0;
   }
-  // Output bytes past four packed pixels take nothing.
-  for (int out = 4 * map.outputBytes; out < 16; ++out) patterns->shuffle[out] = kZero;
-  for (int out = 16 * map.outputBytes; out < 64; ++out) patterns->wide[out] = kZero;
-  for (int out = 0; out < 64; ++out)
-    if (patterns->wide[out] != kZero) patterns->wideTaken |= uint64_t{1} << out;
+  // Sixteen pixels across 64 bytes (packing steps read these too).
+  patterns->wideTaken = 0;
+  for (int byte = 0, pixel = 0, k = 0; byte < 64; ++byte) {
+    const bool inside = pixel < 16 && map.from[k] != PixelMap::kNone;
+    patterns->wide[byte] = inside ? static_cast<uint8_t>(pixel * in + map.from[k]) : kZero;
+    patterns->wideFill[byte] = pixel < 16 ? map.fill[k] : 0;
+    patterns->wideKeep[byte] = pixel < 16 ? map.keep[k] : 0;
+    if (inside) patterns->wideTaken |= uint64_t{1} << byte;
+    if (++k == out) k = 0, ++pixel;
+  }
+  if (level != SimdLevel::kAVX512 || in < 3 || out < 3) return;
   // Sixty-four pixels: each 64-byte output vector from the pair of input vectors it spans.
-  for (int vector = 0; vector < map.outputBytes; ++vector) {
-    const int firstPixel = vector * 64 / map.outputBytes;
-    const int first = firstPixel * map.inputBytes / 64;
-    patterns->pairFirst[vector] = static_cast<uint8_t>(first);
-    for (int byte = 0; byte < 64; ++byte) {
-      const int out = vector * 64 + byte;
-      const int8_t from = map.from[out % map.outputBytes];
-      patterns->pairFill[vector][byte] = map.fill[out % map.outputBytes];
-      patterns->pairKeep[vector][byte] = map.keep[out % map.outputBytes];
-      if (from == PixelMap::kNone) continue;
-      patterns->pair[vector][byte] = static_cast<uint8_t>((out / map.outputBytes) * map.inputBytes + from - 64 * first);
+  for (int vector = 0; vector < out; ++vector) {
+    patterns->pairFirst[vector] = static_cast<uint8_t>(vector * 64 / out * in / 64);
+    patterns->pairTaken[vector] = 0;
+  }
+  for (int pixel = 0; pixel < 64; ++pixel) {
+    for (int k = 0; k < out; ++k) {
+      const int at = pixel * out + k, vector = at >> 6, byte = at & 63;
+      patterns->pairFill[vector][byte] = map.fill[k];
+      patterns->pairKeep[vector][byte] = map.keep[k];
+      if (map.from[k] == PixelMap::kNone) continue;
+      patterns->pair[vector][byte] = static_cast<uint8_t>(pixel * in + map.from[k] - 64 * patterns->pairFirst[vector]);
       patterns->pairTaken[vector] |= uint64_t{1} << byte;
     }
   }

@@ -39,7 +39,8 @@ struct alignas(64) RowPatterns {
   PixelMap map;             // for the last few pixels of a row
 };
 
-void BuildRowPatterns(const PixelMap& map, RowPatterns* patterns);
+// Fills in the patterns that the kernels of `level` read.
+void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns);
 
 using RowKernel = void (*)(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& patterns);
 using MaskRowKernel = void (*)(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels,

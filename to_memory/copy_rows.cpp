@@ -19,7 +19,7 @@ CopyRowPlan PlanCopyRow(const CopyLayout& layout, FormatGroup source, FormatGrou
   plan.maskGreen = SourceBytesOf(mask).green;
 
   // The same as a byte map: one written pixel of `stride` bytes (up to four) per source pixel.
-  PixelMap map;
+  PixelMap& map = plan.map;
   map.outputBytes = static_cast<int8_t>(plan.stride >= 1 && plan.stride <= 4 ? plan.stride : 1);
   for (int k = 0; k < map.outputBytes; ++k) {
     const int8_t from = plan.from[k];
@@ -29,7 +29,6 @@ CopyRowPlan PlanCopyRow(const CopyLayout& layout, FormatGroup source, FormatGrou
     else map.fill[k] = plan.alpha;
   }
   map.maskGreen = static_cast<int8_t>(plan.maskGreen);
-  BuildRowPatterns(map, &plan.patterns);
   return plan;
 }
 
@@ -96,6 +95,7 @@ void CopyChannelRow_C(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t 
 }
 
 CopyRow::CopyRow(CopyKind kind, const CopyRowPlan& plan, SimdLevel level) : plan_(plan) {
+  BuildRowPatterns(plan.map, level, &patterns_);
   const RowKernelSet& simd = RowKernelsFor(level);
   const bool scalar = level == SimdLevel::kScalar;
   switch (kind) {

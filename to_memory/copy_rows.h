@@ -14,7 +14,7 @@ struct CopyRowPlan {
   int32_t stride;        // bytes from one written pixel to the next
   uint8_t alpha;         // constant alpha
   uint8_t maskGreen;     // the mask pixel's green byte
-  RowPatterns patterns;  // the same as patterns for the SIMD kernels
+  PixelMap map;          // the same as a byte map, for the SIMD kernels
 };
 
 // src: `width` 32-bit pixels; mask: the mask's row (mask layouts only); dst: the line.
@@ -37,8 +37,8 @@ class CopyRow {
  public:
   CopyRow(CopyKind kind, const CopyRowPlan& plan, SimdLevel level);
   void operator()(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width) const {
-    if (masked_ != nullptr) masked_(src, mask, dst, width, plan_.patterns);
-    else if (fast_ != nullptr) fast_(src, dst, width, plan_.patterns);
+    if (masked_ != nullptr) masked_(src, mask, dst, width, patterns_);
+    else if (fast_ != nullptr) fast_(src, dst, width, patterns_);
     else plain_(src, mask, dst, width, plan_);
   }
 
@@ -47,6 +47,7 @@ class CopyRow {
   CopyRowKernel plain_ = nullptr;
   RowKernel fast_ = nullptr;
   MaskRowKernel masked_ = nullptr;
+  RowPatterns patterns_;
 };
 
 // The plain kernels: the definition every faster one is tested against.

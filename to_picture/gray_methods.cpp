@@ -2,6 +2,7 @@
 // its tables before the rows are walked and then runs the same table kernel. Also the
 // LittleEndian choice of the ARGB family.
 #include <algorithm>
+#include <climits>
 
 #include "host/exceptions.h"
 #include "host/host_functions.h"
@@ -12,15 +13,27 @@ namespace {
 
 uint8_t Clamp(int64_t value) { return static_cast<uint8_t>(std::clamp<int64_t>(value, 0, 255)); }
 
-// v × k / 256 truncated toward zero, limited to 0 to 255. The product is exact, so a
-// factor too large for a 32-bit product still clamps by its true value.
-uint8_t Scale(int v, int32_t k) { return Clamp(int64_t{v} * k / 256); }
+// v × k / 256 truncated toward zero, limited to 0 to 255, for every sample v. The product
+// is exact, so a factor too large for a 32-bit product still clamps by its true value.
+void FillTint(uint8_t* table, int32_t k) {
+  constexpr int32_t kLargestExactFactor = INT32_MAX / 255;
+  if (k < -kLargestExactFactor || k > kLargestExactFactor) {
+    for (int v = 0; v < 256; ++v) table[v] = Clamp(int64_t{v} * k / 256);
+    return;
+  }
+  for (int32_t v = 0; v < 256; ++v) table[v] = static_cast<uint8_t>(std::clamp(v * k / 256, 0, 255));
+}
 
 // Entries 0 to the upper bound (at most 255) from the array, each limited to 0 to 255; the
 // rest stay 0.
 void FillFromArray(uint8_t* table, REALarrayInteger* array, int32_t upperBound) {
   std::fill(table, table + 256, 0);
-  for (int32_t i = 0; i <= std::min(upperBound, 255); ++i) table[i] = Clamp(REALGetArrayInt(array, i));
+  const int32_t last = std::min(upperBound, 255);
+  if (const int32_t* elements = REALDirectArrayElements(array)) {
+    for (int32_t i = 0; i <= last; ++i) table[i] = Clamp(elements[i]);
+    return;
+  }
+  for (int32_t i = 0; i <= last; ++i) table[i] = Clamp(REALGetArrayInt(array, i));
 }
 
 // A nil array has no elements; the host isn't asked about it.
@@ -65,11 +78,9 @@ REALpictureStruct* GrayTint(typename Source::Handle source, int32_t offset, int3
   const uint8_t* first = GraySource<Source>(source, offset, width, height, pixelByteSize);
   if (first == nullptr) return nullptr;
   GrayTables tables;
-  for (int v = 0; v < 256; ++v) {
-    tables.red[v] = Scale(v, red);
-    tables.green[v] = Scale(v, blue);
-    tables.blue[v] = Scale(v, green);
-  }
+  FillTint(tables.red, red);
+  FillTint(tables.green, blue);
+  FillTint(tables.blue, green);
   return WriteGray(first, width, height, pixelByteSize, tables);
 }
 

@@ -63,7 +63,7 @@ PictureRow::PictureRow(const PictureRowPlan& plan, SimdLevel level) : plan_(plan
   map.from[plan.greenShift / 8] = static_cast<int8_t>(gray ? 0 : plan.green);
   map.from[plan.blueShift / 8] = static_cast<int8_t>(gray ? 0 : plan.blue);
   for (int k = 0; k < 4; ++k) map.fill[k] = static_cast<uint8_t>(plan.opaque >> (8 * k));
-  BuildRowPatterns(map, &patterns_);
+  BuildRowPatterns(map, level, &patterns_);
   const RowKernelSet& simd = RowKernelsFor(level);
   fast_ = gray ? simd.oneToFour : plan.stride == 3 ? simd.threeToFour : simd.fourToFour;
 }
