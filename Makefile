@@ -42,7 +42,7 @@ test-i386: i386
 	ctest --test-dir $(I386) --output-on-failure -j$(JOBS)
 
 demo: deps native
-	$(NATIVE)/pixelhost info
+	$(NATIVE)/pixelhost demo --out build/demo
 
 clean:
 	rm -rf build

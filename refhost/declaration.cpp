@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <utility>
 
 namespace refhost {
@@ -148,6 +149,13 @@ std::optional<Declaration> ParseDeclaration(const std::string& text, std::string
     declaration.result = type;
   }
   return declaration;
+}
+
+std::optional<Arg> DefaultArg(const Parameter& param) {
+  if (!param.default_value) return std::nullopt;
+  const std::string& text = *param.default_value;
+  if (param.type == ParamType::Boolean) return Arg::Bool(text == "true" || text == "True");
+  return Arg(static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10)));
 }
 
 bool InvokeBySignature(void* function, const std::vector<ParamType>& params,

@@ -52,6 +52,9 @@ struct Arg {
   }
 };
 
+// The argument a parameter takes when the caller leaves it out; none without a default.
+std::optional<Arg> DefaultArg(const Parameter& param);
+
 // Calls `function` with `words` (one per parameter, receiver first) by the C signature that
 // the parameter types give. False, with an error, for a signature the host can't make.
 bool InvokeBySignature(void* function, const std::vector<ParamType>& params,

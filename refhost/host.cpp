@@ -146,9 +146,7 @@ MemoryBlock* Host::NewMemoryBlock(size_t size, uint8_t fill) { return Make<Memor
 
 IntArray* Host::NewIntArray(std::vector<int32_t> values) { return Make<IntArray>(std::move(values)); }
 
-Picture* Host::MakeHostPicture(int32_t width, int32_t height) {
-  constexpr int32_t kLargest = 32767;
-  if (width < 1 || height < 1 || width > kLargest || height > kLargest) return nullptr;
+PictureSpec Host::HostPictureSpec(int32_t width, int32_t height) const {
   PictureSpec spec;
   spec.width = width;
   spec.height = height;
@@ -159,7 +157,13 @@ Picture* Host::MakeHostPicture(int32_t width, int32_t height) {
     spec.kind = PictureKind::TrueColor;
     spec.fill = Rgba{0, 0, 0, 255};
   }
-  return NewPicture(spec);
+  return spec;
+}
+
+Picture* Host::MakeHostPicture(int32_t width, int32_t height) {
+  constexpr int32_t kLargest = 32767;
+  if (width < 1 || height < 1 || width > kLargest || height > kLargest) return nullptr;
+  return NewPicture(HostPictureSpec(width, height));
 }
 
 // A method record's function (word 0), declaration (word 2) and flags (word 3).
@@ -330,13 +334,6 @@ bool ToWord(const Parameter& param, const Arg& arg, uintptr_t* word, std::string
   }
   if (!ok && error) *error = "argument for parameter \"" + param.name + "\" has the wrong kind";
   return ok;
-}
-
-std::optional<Arg> DefaultArg(const Parameter& param) {
-  if (!param.default_value) return std::nullopt;
-  const std::string& text = *param.default_value;
-  if (param.type == ParamType::Boolean) return Arg::Bool(text == "true" || text == "True");
-  return Arg(static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10)));
 }
 
 }  // namespace

@@ -121,6 +121,7 @@ class Host {
   // The picture "newPicture" makes on this host: a bitmap context on desktop hosts, a
   // true-colour image on console and web hosts. Null outside 1 to 32767.
   Picture* MakeHostPicture(int32_t width, int32_t height);
+  PictureSpec HostPictureSpec(int32_t width, int32_t height) const;
   void Release(Object* object);
   void Retain(Object* object);
 
