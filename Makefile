@@ -1,10 +1,10 @@
 # pixelbridge: `make test` builds and tests both ABIs; `make demo` runs the main job.
-PACKAGES := cmake g++ g++-multilib qemu-user libgd-dev googletest libgtest-dev
+PACKAGES := cmake g++ g++-multilib qemu-user libgd-dev googletest libgtest-dev libyuv-dev
 JOBS ?= $(shell nproc)
 NATIVE := build/native
 I386 := build/i386
 
-.PHONY: all test demo deps native i386 test-native test-i386 clean
+.PHONY: all test demo bench deps native i386 test-native test-i386 clean
 
 all: native
 
@@ -43,6 +43,11 @@ test-i386: i386
 
 demo: deps native
 	$(NATIVE)/pixelhost demo --out build/demo
+
+# Every method against memcpy and libyuv; table on stdout, CSV and chart in build/bench/.
+bench: deps native
+	mkdir -p build/bench
+	$(NATIVE)/pixelbench --csv build/bench/pixelbench.csv --chart build/bench/pixelbench.png
 
 clean:
 	rm -rf build
