@@ -41,9 +41,14 @@ CopyKind KindOf(const CopyLayout& layout, bool withMask) {
   return CopyKind::kFourBytes;
 }
 
-void CopyFourBytesRow_C(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t width, const CopyRowPlan& plan) {
+namespace {
+// Four written bytes chosen from the source's four and the alpha: a constant, or 255 minus
+// the mask pixel's green.
+template <bool kMasked>
+void FourBytesRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width, const CopyRowPlan& plan) {
   for (int32_t x = 0; x < width; ++x) {
-    const uint8_t in[5] = {src[0], src[1], src[2], src[3], plan.alpha};
+    const uint8_t alpha = kMasked ? static_cast<uint8_t>(255 - mask[4 * x + plan.maskGreen]) : plan.alpha;
+    const uint8_t in[5] = {src[0], src[1], src[2], src[3], alpha};
     dst[0] = in[plan.from[0]];
     dst[1] = in[plan.from[1]];
     dst[2] = in[plan.from[2]];
@@ -52,19 +57,15 @@ void CopyFourBytesRow_C(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_
     dst += 4;
   }
 }
+}  // namespace
+
+void CopyFourBytesRow_C(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width, const CopyRowPlan& plan) {
+  FourBytesRow<false>(src, mask, dst, width, plan);
+}
 
 void CopyMaskAlphaRow_C(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width,
                         const CopyRowPlan& plan) {
-  for (int32_t x = 0; x < width; ++x) {
-    const uint8_t in[5] = {src[0], src[1], src[2], src[3], static_cast<uint8_t>(255 - mask[plan.maskGreen])};
-    dst[0] = in[plan.from[0]];
-    dst[1] = in[plan.from[1]];
-    dst[2] = in[plan.from[2]];
-    dst[3] = in[plan.from[3]];
-    src += 4;
-    mask += 4;
-    dst += 4;
-  }
+  FourBytesRow<true>(src, mask, dst, width, plan);
 }
 
 void CopyKeepPadRow_C(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t width, const CopyRowPlan& plan) {
