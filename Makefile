@@ -1,10 +1,14 @@
 # pixelbridge: `make test` builds and tests both ABIs; `make demo` runs the main job.
-PACKAGES := cmake g++ g++-multilib qemu-user libgd-dev googletest libgtest-dev libyuv-dev
+PACKAGES := cmake g++ g++-multilib qemu-user libgd-dev googletest libgtest-dev libyuv-dev \
+            clang libclang-rt-14-dev
 JOBS ?= $(shell nproc)
 NATIVE := build/native
 I386 := build/i386
+ASAN := build/asan
+FUZZ := build/fuzz
+FUZZ_SECONDS ?= 600
 
-.PHONY: all test demo bench deps native i386 test-native test-i386 clean
+.PHONY: all test demo bench deps native i386 test-native test-i386 sanitize fuzz fuzz-ci clean
 
 all: native
 
@@ -40,6 +44,30 @@ test-native: native
 
 test-i386: i386
 	ctest --test-dir $(I386) --output-on-failure -j$(JOBS)
+
+# The x86-64 tests built with AddressSanitizer and UndefinedBehaviorSanitizer.
+$(ASAN)/CMakeCache.txt:
+	cmake -S . -B $(ASAN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPIXELBRIDGE_SANITIZE=ON
+
+sanitize: deps $(ASAN)/CMakeCache.txt
+	cmake --build $(ASAN) -j$(JOBS)
+	ctest --test-dir $(ASAN) --output-on-failure -j$(JOBS)
+
+# The fuzzer (clang and libFuzzer) for FUZZ_SECONDS, from the seed corpus in tests/fuzz/corpus;
+# what it adds goes to build/fuzz/corpus, failing inputs to build/fuzz/artifacts.
+$(FUZZ)/CMakeCache.txt:
+	cmake -S . -B $(FUZZ) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
+	  -DCMAKE_CXX_COMPILER=clang++ -DPIXELBRIDGE_FUZZ=ON -DPIXELBRIDGE_TESTS=OFF
+
+fuzz: deps $(FUZZ)/CMakeCache.txt
+	cmake --build $(FUZZ) -j$(JOBS) --target pixelbridge_fuzz
+	mkdir -p $(FUZZ)/corpus $(FUZZ)/artifacts
+	$(FUZZ)/pixelbridge_fuzz $(FUZZ)/corpus tests/fuzz/corpus -max_total_time=$(FUZZ_SECONDS) \
+	  -max_len=2048 -timeout=60 -artifact_prefix=$(FUZZ)/artifacts/ -print_final_stats=1
+
+# The bounded run of CI.
+fuzz-ci:
+	$(MAKE) fuzz FUZZ_SECONDS=60
 
 demo: deps native
 	$(NATIVE)/pixelhost demo --out build/demo

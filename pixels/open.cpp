@@ -69,11 +69,17 @@ bool PictureEditor::GetPictureEditor(REALpictureStruct* picture, bool forReading
   return Open(picture, forReading, forWriting, true);
 }
 
+bool PictureEditor::HostCanHoldPictures() {
+  return REALLockObject.Resolve() != nullptr && REALUnlockObject.Resolve() != nullptr &&
+         REALUnlockPictureDescription.Resolve() != nullptr;
+}
+
 bool PictureEditor::Open(REALpictureStruct* picture, bool forReading, bool forWriting, bool mayDrawCopy) {
   ReleasePictureEditor();
   if (picture == nullptr) return false;
   ForWriting = forWriting;
   ForReading = forReading;
+  if (!HostCanHoldPictures()) return false;
   if (!IsDesktop && !IsConsole) DetectHostKind();
   unsigned char hasAlpha = 0;
   HasAlphaChannel = REALGetPropValueUInt8(AsObject(picture), "HasAlphaChannel", &hasAlpha) && hasAlpha != 0;

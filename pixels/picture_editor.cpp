@@ -43,6 +43,7 @@ constexpr int32_t kLargestNewPicture = 32767;
 }
 
 bool PictureWriter::NewPictureWriter(REALpictureStruct* destination, int32_t width, int32_t height) {
+  if (!HostCanHoldPictures()) return false;
   if (destination != nullptr) {
     auto* object = reinterpret_cast<REALobjectStruct*>(destination);
     int32_t destinationWidth = 0;

@@ -67,6 +67,12 @@ class PictureEditor {
   bool ForWriting = false;
   bool DescriptionLocked = false;
 
+ protected:
+  // Whether the host can take a reference to a picture and give back all that an open
+  // takes. Without that a picture isn't opened or made: a lacking give-back would leave
+  // it held, and a lacking reference would let it be freed while in use.
+  static bool HostCanHoldPictures();
+
  private:
   bool Open(REALpictureStruct* picture, bool forReading, bool forWriting, bool mayDrawCopy);
   bool OpenBitmapContext(REALpictureStruct* picture);

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "host/host_types.h"
+
 namespace refhost {
 namespace {
 
@@ -33,14 +35,23 @@ std::optional<ParamType> TypeNamed(const std::string& name, bool array) {
   return std::nullopt;
 }
 
-// The C argument a parameter type is passed as: a pointer, a 32-bit integer or a byte.
+// The C argument a parameter type is passed as: a handle of its own type, a raw address, a
+// 32-bit integer or a byte. A method is called through exactly the C type it has.
+template <typename T>
+struct Pointer {
+  using type = T;
+  static T From(uintptr_t word) { return reinterpret_cast<T>(word); }
+};
 template <char C>
 struct CType;
 template <>
-struct CType<'p'> {
-  using type = void*;
-  static void* From(uintptr_t word) { return reinterpret_cast<void*>(word); }
-};
+struct CType<'P'> : Pointer<REALpictureStruct*> {};
+template <>
+struct CType<'M'> : Pointer<REALmemoryBlockStruct*> {};
+template <>
+struct CType<'A'> : Pointer<REALarrayInteger*> {};
+template <>
+struct CType<'p'> : Pointer<void*> {};
 template <>
 struct CType<'i'> {
   using type = int32_t;
@@ -73,32 +84,46 @@ uintptr_t Call(void* function, const uintptr_t* words) {
 
 using Invoker = uintptr_t (*)(void*, const uintptr_t*);
 struct Shape {
-  const char* params;  // one letter per parameter: p pointer, i integer, b boolean byte
-  char result;         // b boolean, p pointer
+  const char* params;  // one letter per parameter: P picture, M memory block, A integer array,
+                       // p Ptr, i integer, b boolean byte
+  char result;         // b boolean, P picture
   Invoker invoke;
 };
 
+using Picture = REALpictureStruct*;
+
 // Every C signature that the methods of this plug-in family use.
 const Shape kShapes[] = {
-    {"ppiiiii", 'b', Call<bool, 'p', 'p', 'i', 'i', 'i', 'i', 'i'>},
-    {"ppiiiiii", 'b', Call<bool, 'p', 'p', 'i', 'i', 'i', 'i', 'i', 'i'>},
-    {"ppipiiii", 'b', Call<bool, 'p', 'p', 'i', 'p', 'i', 'i', 'i', 'i'>},
-    {"ppibiiiii", 'b', Call<bool, 'p', 'p', 'i', 'b', 'i', 'i', 'i', 'i', 'i'>},
-    {"ppiii", 'p', Call<void*, 'p', 'p', 'i', 'i', 'i'>},
-    {"ppiiib", 'p', Call<void*, 'p', 'p', 'i', 'i', 'i', 'b'>},
-    {"piii", 'p', Call<void*, 'p', 'i', 'i', 'i'>},
-    {"piiib", 'p', Call<void*, 'p', 'i', 'i', 'i', 'b'>},
-    {"piiii", 'p', Call<void*, 'p', 'i', 'i', 'i', 'i'>},
-    {"piiiiiii", 'p', Call<void*, 'p', 'i', 'i', 'i', 'i', 'i', 'i', 'i'>},
-    {"piiiippp", 'p', Call<void*, 'p', 'i', 'i', 'i', 'i', 'p', 'p', 'p'>},
+    {"PMiiiii", 'b', Call<bool, 'P', 'M', 'i', 'i', 'i', 'i', 'i'>},
+    {"PMiiiiii", 'b', Call<bool, 'P', 'M', 'i', 'i', 'i', 'i', 'i', 'i'>},
+    {"PMiPiiii", 'b', Call<bool, 'P', 'M', 'i', 'P', 'i', 'i', 'i', 'i'>},
+    {"PMibiiiii", 'b', Call<bool, 'P', 'M', 'i', 'b', 'i', 'i', 'i', 'i', 'i'>},
+    {"PMiii", 'P', Call<Picture, 'P', 'M', 'i', 'i', 'i'>},
+    {"PMiiib", 'P', Call<Picture, 'P', 'M', 'i', 'i', 'i', 'b'>},
+    {"Ppiii", 'P', Call<Picture, 'P', 'p', 'i', 'i', 'i'>},
+    {"Ppiiib", 'P', Call<Picture, 'P', 'p', 'i', 'i', 'i', 'b'>},
+    {"Miii", 'P', Call<Picture, 'M', 'i', 'i', 'i'>},
+    {"Miiib", 'P', Call<Picture, 'M', 'i', 'i', 'i', 'b'>},
+    {"Miiii", 'P', Call<Picture, 'M', 'i', 'i', 'i', 'i'>},
+    {"Miiiiiii", 'P', Call<Picture, 'M', 'i', 'i', 'i', 'i', 'i', 'i', 'i'>},
+    {"MiiiiAAA", 'P', Call<Picture, 'M', 'i', 'i', 'i', 'i', 'A', 'A', 'A'>},
+    {"piii", 'P', Call<Picture, 'p', 'i', 'i', 'i'>},
+    {"piiib", 'P', Call<Picture, 'p', 'i', 'i', 'i', 'b'>},
+    {"piiii", 'P', Call<Picture, 'p', 'i', 'i', 'i', 'i'>},
+    {"piiiiiii", 'P', Call<Picture, 'p', 'i', 'i', 'i', 'i', 'i', 'i', 'i'>},
+    {"piiiiAAA", 'P', Call<Picture, 'p', 'i', 'i', 'i', 'i', 'A', 'A', 'A'>},
 };
 
 char Letter(ParamType type) {
   switch (type) {
+    case ParamType::Picture: return 'P';
+    case ParamType::MemoryBlock: return 'M';
+    case ParamType::IntegerArray: return 'A';
+    case ParamType::Ptr: return 'p';
     case ParamType::Integer: return 'i';
     case ParamType::Boolean: return 'b';
-    default: return 'p';
   }
+  return '?';
 }
 
 }  // namespace
@@ -163,7 +188,7 @@ bool InvokeBySignature(void* function, const std::vector<ParamType>& params,
                        uintptr_t* returned, std::string* error) {
   std::string letters;
   for (ParamType type : params) letters += Letter(type);
-  const char resultLetter = !result ? 'v' : *result == ParamType::Boolean ? 'b' : 'p';
+  const char resultLetter = !result ? 'v' : Letter(*result);
   for (const Shape& shape : kShapes) {
     if (letters == shape.params && resultLetter == shape.result) {
       *returned = shape.invoke(function, words.data());

@@ -85,7 +85,8 @@ void* Host::Symbol(const char* name) const {
 
 void* Host::Resolve(const char* name) {
   void* address = nullptr;
-  if (name != nullptr && config_.missing.count(name) == 0) address = HostFunctionAddress(name);
+  if (name != nullptr && config_.missing.count(name) == 0)
+    address = HostFunctionAddress(name, config_.failing.count(name) != 0);
   if (!config_.quiet) log_.push_back({true, name != nullptr ? name : "(null)", address != nullptr, 0});
   return address;
 }

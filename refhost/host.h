@@ -29,6 +29,9 @@ struct HostConfig {
   std::set<std::string> extra_classes;
   // Lookup names the resolver answers with null.
   std::set<std::string> missing;
+  // Lookup names the host has but that always fail: they do nothing and answer null,
+  // false, 0 or, for "RuntimeUBound", an empty array's -1 (refhost/failing_functions.h).
+  std::set<std::string> failing;
   // Class names that "PluginNewInstance" refuses to instantiate.
   std::set<std::string> uninstantiable;
   // The plug-in to load; empty: the one this build made.

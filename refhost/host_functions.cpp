@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "host/host_function_list.h"
+#include "refhost/failing_functions.h"
 #include "refhost/host.h"
 #include "refhost/host_function_table.h"
 
@@ -196,19 +197,21 @@ void REALYieldToRB() {
 }  // namespace
 }  // namespace abi
 
-void* HostFunctionAddress(const char* name) {
+void* HostFunctionAddress(const char* name, bool failing) {
   struct Entry {
     const char* name;
     void* address;
+    void* failing;
   };
-#define PIXELBRIDGE_HOST_ENTRY(wrapper, lookup, result, parameters) \
-  {lookup, reinterpret_cast<void*>(static_cast<result(*) parameters>(&abi::wrapper))},
+#define PIXELBRIDGE_HOST_ENTRY(wrapper, lookup, result, parameters)                     \
+  {lookup, reinterpret_cast<void*>(static_cast<result(*) parameters>(&abi::wrapper)), \
+   reinterpret_cast<void*>(static_cast<result(*) parameters>(&failing::wrapper::Call))},
   static const Entry kTable[] = {
       PIXELBRIDGE_DIRECT_HOST_FUNCTIONS(PIXELBRIDGE_HOST_ENTRY)
       PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELBRIDGE_HOST_ENTRY)};
 #undef PIXELBRIDGE_HOST_ENTRY
   for (const Entry& entry : kTable)
-    if (strcmp(entry.name, name) == 0) return entry.address;
+    if (strcmp(entry.name, name) == 0) return failing ? entry.failing : entry.address;
   return nullptr;
 }
 

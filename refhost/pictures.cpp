@@ -167,8 +167,9 @@ bool Picture::Lock(REALpictureDescription* description, RBPixelType type, bool l
     data = context_;
   } else if (spec_.kind == PictureKind::TrueColor && type == kRBPixelTypeTrueColor) {
     data = store_->record();
-  } else if (type == kRBPixelTypeTrueColor && lendTrueColor) {
-    // Lends a true-colour rendering of itself, taken back into the picture at unlock.
+  } else if (type == kRBPixelTypeTrueColor && lendTrueColor && spec_.width > 0 && spec_.height > 0) {
+    // Lends a true-colour rendering of itself, taken back into the picture at unlock (an
+    // empty picture has none: gd makes no empty images).
     if (!store_) store_ = std::make_unique<TrueColorStore>(spec_.width, spec_.height, false);
     for (int32_t y = 0; y < spec_.height; ++y)
       for (int32_t x = 0; x < spec_.width; ++x) store_->Set(x, y, GetPixel(x, y));

@@ -37,11 +37,7 @@ Picture* Painted(Host& host, PictureSpec spec, Rgba (*colour)(int32_t, int32_t))
   return picture;
 }
 
-const CopyMethod& Method(const char* name) {
-  for (const CopyMethod& method : pixeltest::CopyMethods())
-    if (strcmp(method.name, name) == 0) return method;
-  throw std::invalid_argument(name);
-}
+const CopyMethod& Method(const char* name) { return pixeltest::CopyMethodNamed(name); }
 
 // What the test expects of one call.
 struct Expectation {

@@ -357,6 +357,30 @@ TEST(MemoryToPicture, SourceMustFitItsBlock) {
     }
     host.Release(table);
   });
+  // Sizes whose source reaches past 64 bits fit no block and no address space; they must
+  // not wrap round to a few bytes: (40003 × 934514795 − 1) × 2^30 is a multiple of 2^64.
+  struct Huge {
+    int index;
+    int32_t width, height;
+    Arg last;  // PixelByteSize, FlipVertically or nothing (0)
+  };
+  InHost(Desktop(), [](Host& host) {
+    MemoryBlock* block = host.NewMemoryBlock(16);
+    for (const Huge& c : {Huge{29, 40003, 934514795, 1 << 30}, Huge{29, INT32_MAX, INT32_MAX, INT32_MAX},
+                          Huge{22, INT32_MAX, INT32_MAX, 0}, Huge{27, INT32_MAX, INT32_MAX, 0},
+                          Huge{9, 1767887607, 2075423133, Arg::Bool(1)}, Huge{13, 40003, 934514795, 1 << 30}}) {
+      SCOPED_TRACE(testing::Message() << GlobalDeclaration(c.index) << " " << c.width << "x" << c.height);
+      const bool fromPtr = c.index < 16;
+      std::vector<Arg> args = {SourceArg(block, fromPtr), 0, c.width, c.height};
+      if (c.last.kind != Arg::Kind::Integer || c.last.integer != 0) args.push_back(c.last);
+      refhost::CallResult result = host.Call(GlobalDeclaration(c.index), args);
+      pixeltest::ExpectBalanced(result);
+      EXPECT_EQ(result.picture, nullptr);
+      ASSERT_EQ(result.exceptions.size(), fromPtr ? 0u : 1u);
+      for (const refhost::RaisedException& raised : result.exceptions) EXPECT_EQ(raised.class_name, "OutOfBoundsException");
+    }
+    host.Release(block);
+  });
   HostConfig noAddress = Desktop();
   noAddress.missing = {"memoryBlockGetPtr"};
   InHost(noAddress, [](Host& host) {

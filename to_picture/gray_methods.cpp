@@ -36,8 +36,11 @@ void FillFromArray(uint8_t* table, REALarrayInteger* array, int32_t upperBound) 
   for (int32_t i = 0; i <= last; ++i) table[i] = Clamp(REALGetArrayInt(array, i));
 }
 
-// A nil array has no elements; the host isn't asked about it.
-int32_t UpperBound(REALarrayInteger* array) { return array != nullptr ? REALGetArrayUBound(array) : -1; }
+// A nil array has no elements; the host isn't asked about it. Nor are elements read from an
+// array whose bound the host can't tell: it may have none.
+int32_t UpperBound(REALarrayInteger* array) {
+  return array != nullptr && REALGetArrayUBound.Resolve() != nullptr ? REALGetArrayUBound(array) : -1;
+}
 
 // The checks every gray overload makes before its tables: null when the call ends there.
 template <typename Source>
@@ -47,7 +50,7 @@ const uint8_t* GraySource(typename Source::Handle source, int32_t offset, int32_
   if (!CheckPictureArguments(from, offset, width, height)) return nullptr;
   if (pixelByteSize < 1) return RaiseException(kUnsupportedOperationException, kPixelByteSizeTooSmall), nullptr;
   // The last byte read is the first byte of the last sample.
-  return SourceBytes(from, offset, (int64_t{width} * height - 1) * pixelByteSize + 1);
+  return SourceBytes(from, offset, SourceExtent(int64_t{width} * height - 1, pixelByteSize, 1));
 }
 
 REALpictureStruct* WriteGray(const uint8_t* first, int32_t width, int32_t height, int32_t pixelByteSize,

@@ -13,13 +13,17 @@ bool CheckPictureArguments(const PictureSource& source, int32_t offset, int32_t 
   return true;
 }
 
+int64_t SourceExtent(int64_t count, int64_t step, int64_t last) {
+  return count > (INT64_MAX - last) / step ? -1 : count * step + last;
+}
+
 const uint8_t* SourceBytes(const PictureSource& source, int32_t offset, int64_t extent) {
   if (source.pointer != nullptr) {
     // No size comes with a raw address, but no source can reach past the address space.
-    if (extent > INTPTR_MAX - offset) return nullptr;
+    if (extent < 0 || extent > INTPTR_MAX - offset) return nullptr;
     return source.pointer + offset;
   }
-  if (BlockTooSmall(source.block, extent > INT64_MAX - offset ? -1 : offset + extent))
+  if (BlockTooSmall(source.block, extent < 0 || extent > INT64_MAX - offset ? -1 : offset + extent))
     return RaiseException(kOutOfBoundsException, kMemoryblockTooSmall), nullptr;
   const auto* base = static_cast<const uint8_t*>(REALMemoryBlockGetPtr(source.block));
   return base != nullptr ? base + offset : nullptr;

@@ -25,8 +25,13 @@ struct FromPtr {
 // Raises the first failed check of nil source, width, height and offset; true when none failed.
 bool CheckPictureArguments(const PictureSource& source, int32_t offset, int32_t width, int32_t height);
 
-// The address of the source's byte at `offset`, for `extent` bytes from there. Null when
-// the block is too small (raised) or has no address (silent).
+// The bytes that `count` steps of `step` bytes and `last` more bytes reach; -1 when that
+// overflows, which no source is long enough for.
+int64_t SourceExtent(int64_t count, int64_t step, int64_t last);
+
+// The address of the source's byte at `offset`, for `extent` bytes from there (-1: more
+// than any source has). Null when the block is too small (raised), a raw address can't
+// reach that far or the block has no address (silent).
 const uint8_t* SourceBytes(const PictureSource& source, int32_t offset, int64_t extent);
 
 // Writes `height` rows of `width` pixels into `destination` (when large enough) or a new

@@ -14,7 +14,7 @@ REALpictureStruct* Convert(REALpictureStruct* dest, typename Source::Handle sour
   const PictureSource from = Source::Of(source);
   if (!CheckPictureArguments(from, offset, width, height)) return nullptr;
   const int64_t pitch = int64_t{width} * kLayout.bytesPerPixel;
-  const uint8_t* first = SourceBytes(from, offset, pitch * height);
+  const uint8_t* first = SourceBytes(from, offset, SourceExtent(height, pitch, 0));
   if (first == nullptr) return nullptr;
   PictureRowPlan plan{};
   plan.stride = kLayout.bytesPerPixel;

@@ -2,6 +2,7 @@
 #include "tests/support/copy_oracle.h"
 
 #include <cstring>
+#include <stdexcept>
 
 #include "tests/support/host_fixture.h"
 
@@ -21,6 +22,12 @@ const std::vector<CopyMethod>& CopyMethods() {
       {"B", 17, "B", CopyArgs::kChannel},
   };
   return methods;
+}
+
+const CopyMethod& CopyMethodNamed(const char* name) {
+  for (const CopyMethod& method : CopyMethods())
+    if (strcmp(method.name, name) == 0) return method;
+  throw std::invalid_argument(name);
 }
 
 std::string PictureDeclaration(int index) {

@@ -20,6 +20,7 @@ struct CopyMethod {
 };
 
 const std::vector<CopyMethod>& CopyMethods();
+const CopyMethod& CopyMethodNamed(const char* name);
 std::string PictureDeclaration(int index);
 
 // The arguments of a call, in declaration order. `extra` is the alpha, the mask or the

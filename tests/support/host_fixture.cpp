@@ -9,6 +9,17 @@
 
 #include "platform/cpu.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#define PIXELTEST_LEAK_CHECK 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define PIXELTEST_LEAK_CHECK 1
+#endif
+#endif
+#if PIXELTEST_LEAK_CHECK
+#include <sanitizer/lsan_interface.h>
+#endif
+
 namespace pixeltest {
 
 refhost::HostConfig PluginConfig() {
@@ -39,6 +50,10 @@ void RunChild(const refhost::HostConfig& config, bool start,
       else
         body(host);
     }
+#if PIXELTEST_LEAK_CHECK
+    // The child leaves by _exit, which skips the sanitizer's leak check at exit.
+    if (__lsan_do_recoverable_leak_check() != 0) ADD_FAILURE() << "the host process leaked memory (above)";
+#endif
     fflush(stdout);
     fflush(stderr);
     _exit(::testing::Test::HasFailure() ? 1 : 0);

@@ -1,0 +1,31 @@
+# Sanitizer and fuzzer builds: every target, the plug-in included, is instrumented.
+option(PIXELBRIDGE_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(PIXELBRIDGE_FUZZ "Build the libFuzzer target (clang only; implies the sanitizers)" OFF)
+
+# The plug-in links with --no-undefined unless its sanitizer runtime comes from the program
+# that loads it (clang links the runtimes into executables only).
+set(PIXELBRIDGE_PLUGIN_NO_UNDEFINED -Wl,--no-undefined)
+
+if(PIXELBRIDGE_SANITIZE OR PIXELBRIDGE_FUZZ)
+  set(PIXELBRIDGE_SANITIZER_FLAGS
+      -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_compile_options(${PIXELBRIDGE_SANITIZER_FLAGS})
+  add_link_options(${PIXELBRIDGE_SANITIZER_FLAGS})
+  if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    set(PIXELBRIDGE_PLUGIN_NO_UNDEFINED "")
+  endif()
+endif()
+
+if(PIXELBRIDGE_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "PIXELBRIDGE_FUZZ needs clang: -DCMAKE_CXX_COMPILER=clang++")
+  endif()
+  # Coverage for the fuzzer from every target; only the fuzz program links libFuzzer.
+  # GCC's pragmas and warning names are foreign to clang.
+  add_compile_options(-fsanitize=fuzzer-no-link -Wno-unknown-pragmas -Wno-unknown-warning-option)
+  # Nor does clang follow GCC's target pragmas: the kernel files name their targets here.
+  set_source_files_properties(pixels/row_kernels_ssse3.cpp PROPERTIES COMPILE_OPTIONS -mssse3)
+  set_source_files_properties(pixels/row_kernels_avx2.cpp PROPERTIES COMPILE_OPTIONS -mavx2)
+  set_source_files_properties(pixels/row_kernels_avx512.cpp PROPERTIES
+                              COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vbmi")
+endif()
