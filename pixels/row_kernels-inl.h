@@ -28,6 +28,9 @@ inline Vec Shuffle(Vec v, Vec m) { return _mm_shuffle_epi8(v, m); }
 inline Vec Or(Vec a, Vec b) { return _mm_or_si128(a, b); }
 inline Vec And(Vec a, Vec b) { return _mm_and_si128(a, b); }
 inline Vec Xor(Vec a, Vec b) { return _mm_xor_si128(a, b); }
+// Four-byte groups gathered lane by lane (group j of every lane from input vector j) put in
+// pixel order: one lane is already in order.
+inline Vec GroupsInOrder(Vec v) { return v; }
 #elif PIXELBRIDGE_VECTOR_BYTES == 32
 using Vec = __m256i;
 inline Vec Load(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
@@ -37,6 +40,7 @@ inline Vec Shuffle(Vec v, Vec m) { return _mm256_shuffle_epi8(v, m); }
 inline Vec Or(Vec a, Vec b) { return _mm256_or_si256(a, b); }
 inline Vec And(Vec a, Vec b) { return _mm256_and_si256(a, b); }
 inline Vec Xor(Vec a, Vec b) { return _mm256_xor_si256(a, b); }
+inline Vec GroupsInOrder(Vec v) { return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7)); }
 #elif PIXELBRIDGE_VECTOR_BYTES == 64
 using Vec = __m512i;
 inline Vec Load(const uint8_t* p) { return _mm512_loadu_si512(p); }
@@ -46,6 +50,9 @@ inline Vec Shuffle(Vec v, Vec m) { return _mm512_shuffle_epi8(v, m); }
 inline Vec Or(Vec a, Vec b) { return _mm512_or_si512(a, b); }
 inline Vec And(Vec a, Vec b) { return _mm512_and_si512(a, b); }
 inline Vec Xor(Vec a, Vec b) { return _mm512_xor_si512(a, b); }
+inline Vec GroupsInOrder(Vec v) {
+  return _mm512_permutexvar_epi32(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15), v);
+}
 #endif
 
 constexpr int32_t kPixelsPerVector = PIXELBRIDGE_VECTOR_BYTES / 4;
@@ -115,20 +122,27 @@ inline void StoreBytes(uint8_t* p, Vec v, int count) {
 // it spans. Pixels of kIn bytes in, kOut bytes out.
 template <int kIn, int kOut, bool kKeeping>
 inline int32_t PermuteWhole(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  // Everything the loop needs sits in registers (the destination could alias the patterns),
+  // and the loops over vectors are unrolled so that none of it is indexed in memory.
   Vec pair[kOut], fills[kOut], keeps[kOut];
+  __mmask64 taken[kOut];
+#pragma GCC unroll 4
   for (int k = 0; k < kOut; ++k) {
     pair[k] = _mm512_loadu_si512(p.pair[k]);
     fills[k] = _mm512_loadu_si512(p.pairFill[k]);
     keeps[k] = _mm512_loadu_si512(p.pairKeep[k]);
+    taken[k] = p.pairTaken[k];
   }
   int32_t x = 0;
   for (; x + 64 <= pixels; x += 64) {
     Vec input[kIn + 1];
+#pragma GCC unroll 4
     for (int k = 0; k < kIn; ++k) input[k] = _mm512_loadu_si512(src + kIn * x + 64 * k);
     input[kIn] = input[kIn - 1];
+#pragma GCC unroll 4
     for (int k = 0; k < kOut; ++k) {
-      const int first = p.pairFirst[k];
-      Vec v = Or(_mm512_maskz_permutex2var_epi8(p.pairTaken[k], input[first], pair[k], input[first + 1]), fills[k]);
+      const int first = PairFirst(k, kIn, kOut);
+      Vec v = Or(_mm512_maskz_permutex2var_epi8(taken[k], input[first], pair[k], input[first + 1]), fills[k]);
       if (kKeeping) v = Or(v, And(_mm512_loadu_si512(dst + kOut * x + 64 * k), keeps[k]));
       _mm512_storeu_si512(dst + kOut * x + 64 * k, v);
     }
@@ -175,6 +189,9 @@ PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, uint8_t* dst, int32_t p
 template <bool kKeeping>
 inline void Pack(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const __m128i shuffle = Load16(p.shuffle);
+  // Held in registers, and the loop over stores unrolled: the destination could alias them.
+  __m128i fills[3], keeps[3];
+  for (int k = 0; k < 3; ++k) fills[k] = Load16(p.wideFill + 16 * k), keeps[k] = Load16(p.wideKeep + 16 * k);
   int32_t x = 0;
   for (; x + 16 <= pixels; x += 16) {
     const uint8_t* s = src + 4 * x;
@@ -186,9 +203,10 @@ inline void Pack(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatt
     __m128i out[3] = {_mm_or_si128(a, _mm_slli_si128(b, 12)),
                       _mm_or_si128(_mm_srli_si128(b, 4), _mm_slli_si128(c, 8)),
                       _mm_or_si128(_mm_srli_si128(c, 8), _mm_slli_si128(e, 4))};
+#pragma GCC unroll 3
     for (int k = 0; k < 3; ++k) {
-      out[k] = _mm_or_si128(out[k], Load16(p.wideFill + 16 * k));
-      if (kKeeping) out[k] = _mm_or_si128(out[k], _mm_and_si128(Load16(d + 16 * k), Load16(p.wideKeep + 16 * k)));
+      out[k] = _mm_or_si128(out[k], fills[k]);
+      if (kKeeping) out[k] = _mm_or_si128(out[k], _mm_and_si128(Load16(d + 16 * k), keeps[k]));
       Store16(d + 16 * k, out[k]);
     }
   }
@@ -235,17 +253,32 @@ PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, uint8_t* dst, int32_t p
 }
 #endif
 
-// Sixteen pixels a step: one channel of each block of four gathered into four bytes.
+// A vector of output bytes a step: the channel of input vector j's pixels goes to group j
+// (bytes 4j to 4j + 3) of each 16-byte lane, and one permute puts the groups in order.
 PIXELBRIDGE_ROW_ENTRY void FourToOne(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  const __m128i shuffle = Load16(p.shuffle);
+  // The pattern gathers four pixels' channel into group 0 (0x80 elsewhere); rotated, into group j.
+  const __m128i first = Load16(p.shuffle);
+  alignas(16) uint8_t rotated[4][16];
+  Store16(rotated[0], first);
+  Store16(rotated[1], _mm_alignr_epi8(first, first, 12));
+  Store16(rotated[2], _mm_alignr_epi8(first, first, 8));
+  Store16(rotated[3], _mm_alignr_epi8(first, first, 4));
+  constexpr int kBytes = PIXELBRIDGE_VECTOR_BYTES;
+  const Vec s0 = Pattern(rotated[0]), s1 = Pattern(rotated[1]), s2 = Pattern(rotated[2]), s3 = Pattern(rotated[3]);
   int32_t x = 0;
+  for (; x + kBytes <= pixels; x += kBytes) {
+    const uint8_t* s = src + 4 * x;
+    const Vec low = Or(Shuffle(Load(s), s0), Shuffle(Load(s + kBytes), s1));
+    const Vec high = Or(Shuffle(Load(s + 2 * kBytes), s2), Shuffle(Load(s + 3 * kBytes), s3));
+    Store(dst + x, GroupsInOrder(Or(low, high)));
+  }
+  // Then 16 pixels a step, which need no permute.
+  const __m128i r0 = first, r1 = Load16(rotated[1]), r2 = Load16(rotated[2]), r3 = Load16(rotated[3]);
   for (; x + 16 <= pixels; x += 16) {
     const uint8_t* s = src + 4 * x;
-    const __m128i a = _mm_shuffle_epi8(Load16(s), shuffle);
-    const __m128i b = _mm_slli_si128(_mm_shuffle_epi8(Load16(s + 16), shuffle), 4);
-    const __m128i c = _mm_slli_si128(_mm_shuffle_epi8(Load16(s + 32), shuffle), 8);
-    const __m128i e = _mm_slli_si128(_mm_shuffle_epi8(Load16(s + 48), shuffle), 12);
-    Store16(dst + x, _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, e)));
+    const __m128i low = _mm_or_si128(_mm_shuffle_epi8(Load16(s), r0), _mm_shuffle_epi8(Load16(s + 16), r1));
+    const __m128i high = _mm_or_si128(_mm_shuffle_epi8(Load16(s + 32), r2), _mm_shuffle_epi8(Load16(s + 48), r3));
+    Store16(dst + x, _mm_or_si128(low, high));
   }
   MapPixels(src + 4 * x, dst + x, pixels - x, p.map);
 }

@@ -2,6 +2,7 @@
 #include "pixels/row_kernels.h"
 
 #include <cstring>
+#include <type_traits>
 
 namespace {
 constexpr uint8_t kZero = 0x80;  // a shuffle index that gives 0
@@ -12,7 +13,8 @@ extern const RowKernelSet kRowKernelsSSSE3;
 extern const RowKernelSet kRowKernelsAVX2;
 extern const RowKernelSet kRowKernelsAVX512;
 
-void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns) {
+namespace {
+void MakeRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns) {
   patterns->map = map;
   if (level == SimdLevel::kScalar) return;
   const int in = map.inputBytes, out = map.outputBytes;
@@ -39,20 +41,48 @@ void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* pattern
   }
   if (level != SimdLevel::kAVX512 || in < 3 || out < 3) return;
   // Sixty-four pixels: each 64-byte output vector from the pair of input vectors it spans.
-  for (int vector = 0; vector < out; ++vector) {
-    patterns->pairFirst[vector] = static_cast<uint8_t>(vector * 64 / out * in / 64);
-    patterns->pairTaken[vector] = 0;
-  }
+  for (int vector = 0; vector < out; ++vector) patterns->pairTaken[vector] = 0;
   for (int pixel = 0; pixel < 64; ++pixel) {
     for (int k = 0; k < out; ++k) {
       const int at = pixel * out + k, vector = at >> 6, byte = at & 63;
       patterns->pairFill[vector][byte] = map.fill[k];
       patterns->pairKeep[vector][byte] = map.keep[k];
       if (map.from[k] == PixelMap::kNone) continue;
-      patterns->pair[vector][byte] = static_cast<uint8_t>(pixel * in + map.from[k] - 64 * patterns->pairFirst[vector]);
+      patterns->pair[vector][byte] = static_cast<uint8_t>(pixel * in + map.from[k] - 64 * PairFirst(vector, in, out));
       patterns->pairTaken[vector] |= uint64_t{1} << byte;
     }
   }
+}
+
+// Maps compare as bytes.
+static_assert(std::has_unique_object_representations_v<PixelMap>);
+}  // namespace
+
+void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns) {
+  // Making the patterns costs more than converting a small picture, and a program converts
+  // many pictures in few layouts: each thread keeps the last few it made. Callers get a
+  // copy, so a call made during another's yield can't change patterns in use.
+  struct Made {
+    bool valid;
+    SimdLevel level;
+    RowPatterns patterns;
+  };
+  constexpr int kKept = 4;
+  thread_local Made made[kKept];
+  thread_local int next;
+  for (const Made& entry : made) {
+    if (entry.valid && entry.level == level && memcmp(&entry.patterns.map, &map, sizeof map) == 0) {
+      *patterns = entry.patterns;
+      return;
+    }
+  }
+  Made& entry = made[next];
+  next = (next + 1) % kKept;
+  entry.patterns = RowPatterns{};
+  MakeRowPatterns(map, level, &entry.patterns);
+  entry.level = level;
+  entry.valid = true;
+  *patterns = entry.patterns;
 }
 
 namespace {

@@ -18,6 +18,10 @@ struct PixelMap {
   int8_t maskTo = kNone;     // …becomes 255 − green at this output byte
 };
 
+// Sixty-four pixels of `in` bytes converted to `out` bytes fill `out` 64-byte vectors;
+// output vector k takes its bytes from input vectors PairFirst(k) and PairFirst(k) + 1.
+constexpr int PairFirst(int k, int in, int out) { return k * 64 / out * in / 64; }
+
 // The map as 16-byte patterns for four pixels at a time, and 64-byte ones for sixteen.
 struct alignas(64) RowPatterns {
   uint8_t shuffle[16];      // four pixels: output byte ← input byte (0x80: zero)
@@ -29,13 +33,12 @@ struct alignas(64) RowPatterns {
   uint8_t wideFill[64];
   uint8_t wideKeep[64];
   uint64_t wideTaken;       // bit i: output byte i takes an input byte (byte permutes can't zero)
-  // Sixty-four pixels at once: output vector k takes its bytes from input vectors
-  // pairFirst[k] and pairFirst[k] + 1 (indexes 0 to 127 across the pair).
+  // Sixty-four pixels at once: output vector k's bytes as indexes 0 to 127 across the
+  // pair of input vectors it spans.
   uint8_t pair[4][64];
   uint8_t pairFill[4][64];
   uint8_t pairKeep[4][64];
   uint64_t pairTaken[4];
-  uint8_t pairFirst[4];
   PixelMap map;             // for the last few pixels of a row
 };
 

@@ -157,6 +157,23 @@ TEST(Kernels, PictureRowsMatchThePlainKernels) {
   }
 }
 
+// Patterns are kept between calls: a map that differs in any byte (here the alpha filled in)
+// must get its own, however many others came between.
+TEST(Kernels, KeptPatternsFollowTheMap) {
+  Buffers buffers(kLongestRow + 64);
+  for (SimdLevel level : Levels()) {
+    SCOPED_TRACE(Name(level));
+    for (int round = 0; round < 3; ++round) {
+      for (int32_t alpha : {0x00, 0x01, 0x7F, 0x80, 0xFE, 0xFF}) {
+        const CopyRowPlan plan = PlanCopyRow(copy_layouts::kRGBA, FormatGroup::kAlphaFirst, FormatGroup::kNone, alpha, 0);
+        buffers.Prefill(kGuard, 255 * 4);
+        CopyRow(CopyKind::kFourBytes, plan, level)(&buffers.source[kGuard], nullptr, &buffers.fast[kGuard], 255);
+        for (int32_t x = 0; x < 255; ++x) ASSERT_EQ(buffers.fast[kGuard + 4 * x + 3], alpha) << "pixel " << x;
+      }
+    }
+  }
+}
+
 // The plain kernels themselves, on pixels worked out by hand.
 TEST(Kernels, PlainKernelsOnKnownPixels) {
   const uint8_t argbPixel[4] = {0x11, 0x22, 0x33, 0x44};  // alpha first: A, R, G, B
