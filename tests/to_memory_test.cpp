@@ -349,23 +349,30 @@ TEST(CopyToMemory, HostsWithoutBlockSizeOrAddress) {
 }
 
 // The mask decides lines and pixels; a line stops at the receiver's width, and lines past
-// the receiver's height take its first row.
+// the receiver's height take its first row. Without row padding, a mask as wide as the
+// receiver goes through with it as one long row, unless it's taller.
 TEST(CopyToMemory, MaskOfAnotherSize) {
   struct Case {
     int32_t maskWidth, maskHeight;
   };
   InHost(ConfigFor(HostKind::Desktop), [](Host& host) {
-    Picture* picture = Painted(host, SpecOf(kSources[3], 4, 3), ColourAt);
-    for (const Case& c : {Case{2, 2}, Case{7, 2}, Case{3, 6}, Case{9, 5}}) {
-      SCOPED_TRACE(testing::Message() << "mask " << c.maskWidth << "x" << c.maskHeight);
-      Picture* mask = Painted(host, SpecOf(kSources[0], c.maskWidth, c.maskHeight), MaskAt);
-      for (const char* name : {"MRGB", "BGRM"}) {
-        CopyCall call{picture, nullptr, 2, mask};
-        ExpectWritten(RunCopy(host, Method(name), call, {0, c.maskHeight - 1}));
+    for (int32_t padding : {12, 0}) {
+      PictureSpec spec = SpecOf(kSources[3], 4, 3);
+      spec.row_padding = padding;
+      Picture* picture = Painted(host, spec, ColourAt);
+      for (const Case& c : {Case{2, 2}, Case{7, 2}, Case{3, 6}, Case{9, 5}, Case{4, 2}, Case{4, 3}, Case{4, 6}}) {
+        SCOPED_TRACE(testing::Message() << "mask " << c.maskWidth << "x" << c.maskHeight << " row padding " << padding);
+        PictureSpec maskSpec = SpecOf(kSources[0], c.maskWidth, c.maskHeight);
+        maskSpec.row_padding = padding;
+        Picture* mask = Painted(host, maskSpec, MaskAt);
+        for (const char* name : {"MRGB", "BGRM"}) {
+          CopyCall call{picture, nullptr, 2, mask};
+          ExpectWritten(RunCopy(host, Method(name), call, {0, c.maskHeight - 1}));
+        }
+        host.Release(mask);
       }
-      host.Release(mask);
+      host.Release(picture);
     }
-    host.Release(picture);
   });
 }
 

@@ -81,11 +81,15 @@ bool CopyPictureLines(const CopyRequest& request) {
   }
   const CopyRow copyRow(KindOf(layout, request.withMask), plan, ActiveSimdLevel());
   uint8_t* destination = base + request.offset;
-  // Lines that follow one another in the picture and in the block are one long row.
+  // Lines that follow one another in the picture, the mask and the block are one long row
+  // (not when a taller mask takes the picture's rows past its end, where they rest on row 0).
+  const auto gapless = [](const PictureEditor& editor) {
+    return editor.PixelFormat != kFormatRowTable && editor.RowBytes == int64_t{editor.Width} * 4;
+  };
+  const bool maskAlongside = !request.withMask || (gapless(mask) && mask.Width == source.Width && lines.last < source.Height);
   const int64_t total = int64_t{pixels} * (lines.last - lines.first + 1);
-  if (request.yield == 0 && !request.withMask && source.PixelFormat != kFormatRowTable &&
-      source.RowBytes == int64_t{source.Width} * 4 && pitch == lineBytes && total <= INT32_MAX) {
-    if (total > 0) copyRow(source.CurrentRow, nullptr, destination, static_cast<int32_t>(total));
+  if (request.yield == 0 && gapless(source) && maskAlongside && pitch == lineBytes && total <= INT32_MAX) {
+    if (total > 0) copyRow(source.CurrentRow, mask.CurrentRow, destination, static_cast<int32_t>(total));
     return true;
   }
   YieldData yield(request.yield);
