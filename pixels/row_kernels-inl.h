@@ -184,6 +184,50 @@ PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, uint8_t* dst, int32_t
 PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   Permute<false>(src, dst, pixels, p);
 }
+
+// Sixty-four samples a step. Each table sits in four vectors; a sample's low seven bits pick
+// a byte from one pair of them, its top bit the pair. The four bytes of each pixel are then
+// spread into place: output vector v takes bytes 0 and 1 of a pixel from one two-vector
+// permute, bytes 2 and 3 from another.
+PIXELBRIDGE_ROW_ENTRY int32_t OneToFourTables(const uint8_t* src, uint8_t* dst, int32_t pixels, const ByteTables& t) {
+  Vec tables[4][4], fills[4], spread[4];
+  bool looked[4];
+#pragma GCC unroll 4
+  for (int k = 0; k < 4; ++k) {
+    looked[k] = t.table[k] != nullptr;
+    for (int part = 0; part < 4; ++part)
+      tables[k][part] = looked[k] ? _mm512_loadu_si512(t.table[k] + 64 * part) : _mm512_setzero_si512();
+    fills[k] = _mm512_set1_epi8(static_cast<char>(t.fill[k]));
+  }
+  alignas(64) uint8_t index[64];
+#pragma GCC unroll 4
+  for (int v = 0; v < 4; ++v) {
+    for (int j = 0; j < 64; ++j) index[j] = static_cast<uint8_t>((j & 1) * 64 + 16 * v + j / 4);
+    spread[v] = _mm512_load_si512(index);
+  }
+  constexpr __mmask64 kHighBytes = 0xCCCCCCCCCCCCCCCCull;  // bytes 2 and 3 of every pixel
+  int32_t x = 0;
+  for (; x + 64 <= pixels; x += 64) {
+    const Vec samples = _mm512_loadu_si512(src + x);
+    const __mmask64 top = _mm512_movepi8_mask(samples);
+    Vec bytes[4];
+#pragma GCC unroll 4
+    for (int k = 0; k < 4; ++k) {
+      bytes[k] = fills[k];
+      if (!looked[k]) continue;
+      const Vec low = _mm512_permutex2var_epi8(tables[k][0], samples, tables[k][1]);
+      const Vec high = _mm512_permutex2var_epi8(tables[k][2], samples, tables[k][3]);
+      bytes[k] = Or(_mm512_mask_blend_epi8(top, low, high), fills[k]);
+    }
+#pragma GCC unroll 4
+    for (int v = 0; v < 4; ++v) {
+      const Vec first = _mm512_permutex2var_epi8(bytes[0], spread[v], bytes[1]);
+      const Vec second = _mm512_permutex2var_epi8(bytes[2], spread[v], bytes[3]);
+      _mm512_storeu_si512(dst + 4 * x + 64 * v, _mm512_mask_blend_epi8(kHighBytes, first, second));
+    }
+  }
+  return x;
+}
 #else
 // Sixteen pixels a step: four shuffled blocks of twelve bytes spliced into three stores.
 template <bool kKeeping>
@@ -285,6 +329,13 @@ PIXELBRIDGE_ROW_ENTRY void FourToOne(const uint8_t* src, uint8_t* dst, int32_t p
 
 }  // namespace
 
+#if PIXELBRIDGE_VECTOR_BYTES == 64
+#define PIXELBRIDGE_TABLE_ROW_KERNEL OneToFourTables
+#else
+// Without byte permutes across the vector, one lookup per pixel in a table of words is as fast.
+#define PIXELBRIDGE_TABLE_ROW_KERNEL nullptr
+#endif
+
 #define PIXELBRIDGE_ROW_KERNEL_SET                                                                \
   {FourToFour, FourToFourKeeping, FourToFourMasked, FourToThree, FourToThreeKeeping, FourToOne, \
-   ThreeToFour, OneToFour}
+   ThreeToFour, OneToFour, PIXELBRIDGE_TABLE_ROW_KERNEL}

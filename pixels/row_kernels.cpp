@@ -117,7 +117,8 @@ void ScalarFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatte
 void ScalarMasked(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   MapMaskedPixels(src, mask, dst, pixels, p.map);
 }
-const RowKernelSet kScalar = {ScalarFour, ScalarFour, ScalarMasked, ScalarFour, ScalarFour, ScalarFour, ScalarFour, ScalarFour};
+const RowKernelSet kScalar = {ScalarFour, ScalarFour, ScalarMasked, ScalarFour, ScalarFour, ScalarFour, ScalarFour, ScalarFour,
+                              nullptr};
 }  // namespace
 
 const RowKernelSet& RowKernelsFor(SimdLevel level) {

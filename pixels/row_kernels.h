@@ -49,6 +49,16 @@ using RowKernel = void (*)(const uint8_t* src, uint8_t* dst, int32_t pixels, con
 using MaskRowKernel = void (*)(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels,
                                const RowPatterns& patterns);
 
+// Gray samples one byte apart through a table per output byte: byte k of a pixel is
+// table[k][sample] (0 where table[k] is null) ORed with fill[k].
+struct ByteTables {
+  const uint8_t* table[4];
+  uint8_t fill[4];
+};
+// Converts whole steps from the start of a row and gives the pixels done; the caller
+// converts the rest.
+using TableRowKernel = int32_t (*)(const uint8_t* src, uint8_t* dst, int32_t pixels, const ByteTables& tables);
+
 // One kernel per shape of map. Every kernel handles any pixel count and alignment and
 // touches no byte outside its row: the last pixels run through the scalar form.
 struct RowKernelSet {
@@ -60,6 +70,7 @@ struct RowKernelSet {
   RowKernel fourToOne;           // 4 → 1, one channel
   RowKernel threeToFour;         // 3 → 4
   RowKernel oneToFour;           // 1 → 4: a sample to every byte that maps from it
+  TableRowKernel oneToFourTables;  // 1 → 4 through tables; null where lookups don't pay
 };
 
 // The kernels of a level; each level's set falls back to the level below where it has

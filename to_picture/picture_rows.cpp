@@ -54,6 +54,12 @@ PictureRow::PictureRow(const PictureRowPlan& plan, SimdLevel level) : plan_(plan
       words_[v] = (uint32_t{tables.red[v]} << plan.redShift) | (uint32_t{tables.green[v]} << plan.greenShift) |
                   (uint32_t{tables.blue[v]} << plan.blueShift) | plan.opaque;
     words_in_use_ = true;
+    if (plan.stride != 1) return;
+    tables_fast_ = RowKernelsFor(level).oneToFourTables;
+    tables_.table[plan.redShift / 8] = tables.red;
+    tables_.table[plan.greenShift / 8] = tables.green;
+    tables_.table[plan.blueShift / 8] = tables.blue;
+    for (int k = 0; k < 4; ++k) tables_.fill[k] = static_cast<uint8_t>(plan.opaque >> (8 * k));
     return;
   }
   // The same as a byte map: each channel to the byte its shift names, the filler byte set.
@@ -70,7 +76,10 @@ PictureRow::PictureRow(const PictureRowPlan& plan, SimdLevel level) : plan_(plan
 
 void PictureRow::operator()(const uint8_t* src, uint8_t* dst, int32_t width) const {
   if (fast_ != nullptr) return fast_(src, dst, width, patterns_);
-  if (words_in_use_) return GrayWordsRow(src, dst, width, plan_.stride, words_);
+  if (words_in_use_) {
+    const int32_t done = tables_fast_ != nullptr ? tables_fast_(src, dst, width, tables_) : 0;
+    return GrayWordsRow(src + done * plan_.stride, dst + 4 * done, width - done, plan_.stride, words_);
+  }
   plain_(src, dst, width, plan_);
 }
 

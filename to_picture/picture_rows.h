@@ -45,8 +45,9 @@ using PictureRowKernel = void (*)(const uint8_t* src, uint8_t* dst, int32_t widt
 PictureRowPlan PlanPictureRow(FormatGroup writer);
 
 // The row conversion of one call, chosen once: the plain kernel at the scalar level, a SIMD
-// shuffle for colour (and plain gray samples one byte apart), and for other gray sources one
-// lookup per pixel in a table of finished pixel words.
+// shuffle for colour (and plain gray samples one byte apart), for other gray samples one byte
+// apart byte lookups in the channels' tables where the level has them, and otherwise (and
+// for the end of a row) one lookup per pixel in a table of finished pixel words.
 class PictureRow {
  public:
   PictureRow(const PictureRowPlan& plan, SimdLevel level);
@@ -59,6 +60,8 @@ class PictureRow {
   RowPatterns patterns_;
   bool words_in_use_ = false;
   uint32_t words_[256];
+  TableRowKernel tables_fast_ = nullptr;  // whole steps of samples one byte apart
+  ByteTables tables_{};
 };
 
 // Gray samples `stride` bytes apart through a table of finished pixel words.
