@@ -1,0 +1,138 @@
+// Packing and gray kernels as byte permutes of the whole 64-byte vector (AVX-512 BW and
+// VBMI). Part of the row kernels' source: included by row_kernels-inl.h inside its unit's
+// anonymous namespace, after the vector shims.
+
+// Sixteen pixels a step as one byte permute of the whole vector. Whole steps load and store
+// with plain 16- and 32-byte moves (masked moves are slow on some processors); the last,
+// partial step masks its bytes so that nothing outside the row is touched.
+constexpr __mmask64 Bytes(int count) { return count >= 64 ? ~__mmask64{0} : (__mmask64{1} << count) - 1; }
+
+inline Vec LoadBytes(const uint8_t* p, int count) {
+  switch (count) {
+    case 64: return _mm512_loadu_si512(p);
+    case 48: return _mm512_inserti32x4(_mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))), Load16(p + 32), 2);
+    case 16: return _mm512_castsi128_si512(Load16(p));
+    default: return _mm512_maskz_loadu_epi8(Bytes(count), p);
+  }
+}
+
+inline void StoreBytes(uint8_t* p, Vec v, int count) {
+  switch (count) {
+    case 64: return _mm512_storeu_si512(p, v);
+    case 48:
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_castsi512_si256(v));
+      return Store16(p + 32, _mm512_extracti32x4_epi32(v, 2));
+    default: return _mm512_mask_storeu_epi8(p, Bytes(count), v);
+  }
+}
+
+// Sixty-four pixels a step: every output vector is one permute of the two input vectors
+// it spans. Pixels of kIn bytes in, kOut bytes out.
+template <int kIn, int kOut, bool kKeeping>
+inline int32_t PermuteWhole(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  // Everything the loop needs sits in registers (the destination could alias the patterns),
+  // and the loops over vectors are unrolled so that none of it is indexed in memory.
+  Vec pair[kOut], fills[kOut], keeps[kOut];
+  __mmask64 taken[kOut];
+#pragma GCC unroll 4
+  for (int k = 0; k < kOut; ++k) {
+    pair[k] = _mm512_loadu_si512(p.pair[k]);
+    fills[k] = _mm512_loadu_si512(p.pairFill[k]);
+    keeps[k] = _mm512_loadu_si512(p.pairKeep[k]);
+    taken[k] = p.pairTaken[k];
+  }
+  int32_t x = 0;
+  for (; x + 64 <= pixels; x += 64) {
+    Vec input[kIn + 1];
+#pragma GCC unroll 4
+    for (int k = 0; k < kIn; ++k) input[k] = _mm512_loadu_si512(src + kIn * x + 64 * k);
+    input[kIn] = input[kIn - 1];
+#pragma GCC unroll 4
+    for (int k = 0; k < kOut; ++k) {
+      const int first = PairFirst(k, kIn, kOut);
+      Vec v = Or(_mm512_maskz_permutex2var_epi8(taken[k], input[first], pair[k], input[first + 1]), fills[k]);
+      if (kKeeping) v = Or(v, And(_mm512_loadu_si512(dst + kOut * x + 64 * k), keeps[k]));
+      _mm512_storeu_si512(dst + kOut * x + 64 * k, v);
+    }
+  }
+  return x;
+}
+
+// Sixteen pixels a step, for what is left of a row.
+template <bool kKeeping>
+inline void Permute(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  const Vec wide = _mm512_loadu_si512(p.wide), fill = _mm512_loadu_si512(p.wideFill);
+  const Vec keep = _mm512_loadu_si512(p.wideKeep);
+  const int in = p.map.inputBytes, out = p.map.outputBytes;
+  for (int32_t x = 0; x < pixels; x += 16) {
+    const int count = pixels - x < 16 ? pixels - x : 16;
+    const int inBytes = count * in, outBytes = count * out;
+    Vec v = Or(_mm512_maskz_permutexvar_epi8(p.wideTaken, wide, LoadBytes(src + in * x, inBytes)), fill);
+    if (kKeeping) v = Or(v, And(LoadBytes(dst + out * x, outBytes), keep));
+    StoreBytes(dst + out * x, v, outBytes);
+  }
+}
+
+template <int kIn, int kOut, bool kKeeping>
+inline void PermuteRow(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  const int32_t done = PermuteWhole<kIn, kOut, kKeeping>(src, dst, pixels, p);
+  Permute<kKeeping>(src + kIn * done, dst + kOut * done, pixels - done, p);
+}
+
+PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  PermuteRow<4, 3, false>(src, dst, pixels, p);
+}
+PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels,
+                                              const RowPatterns& p) {
+  PermuteRow<4, 3, true>(src, dst, pixels, p);
+}
+PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  PermuteRow<3, 4, false>(src, dst, pixels, p);
+}
+PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  Permute<false>(src, dst, pixels, p);
+}
+
+// Sixty-four samples a step. Each table sits in four vectors; a sample's low seven bits pick
+// a byte from one pair of them, its top bit the pair. The four bytes of each pixel are then
+// spread into place: output vector v takes bytes 0 and 1 of a pixel from one two-vector
+// permute, bytes 2 and 3 from another.
+PIXELBRIDGE_ROW_ENTRY int32_t OneToFourTables(const uint8_t* src, uint8_t* dst, int32_t pixels, const ByteTables& t) {
+  Vec tables[4][4], fills[4], spread[4];
+  bool looked[4];
+#pragma GCC unroll 4
+  for (int k = 0; k < 4; ++k) {
+    looked[k] = t.table[k] != nullptr;
+    for (int part = 0; part < 4; ++part)
+      tables[k][part] = looked[k] ? _mm512_loadu_si512(t.table[k] + 64 * part) : _mm512_setzero_si512();
+    fills[k] = _mm512_set1_epi8(static_cast<char>(t.fill[k]));
+  }
+  alignas(64) uint8_t index[64];
+#pragma GCC unroll 4
+  for (int v = 0; v < 4; ++v) {
+    for (int j = 0; j < 64; ++j) index[j] = static_cast<uint8_t>((j & 1) * 64 + 16 * v + j / 4);
+    spread[v] = _mm512_load_si512(index);
+  }
+  constexpr __mmask64 kHighBytes = 0xCCCCCCCCCCCCCCCCull;  // bytes 2 and 3 of every pixel
+  int32_t x = 0;
+  for (; x + 64 <= pixels; x += 64) {
+    const Vec samples = _mm512_loadu_si512(src + x);
+    const __mmask64 top = _mm512_movepi8_mask(samples);
+    Vec bytes[4];
+#pragma GCC unroll 4
+    for (int k = 0; k < 4; ++k) {
+      bytes[k] = fills[k];
+      if (!looked[k]) continue;
+      const Vec low = _mm512_permutex2var_epi8(tables[k][0], samples, tables[k][1]);
+      const Vec high = _mm512_permutex2var_epi8(tables[k][2], samples, tables[k][3]);
+      bytes[k] = Or(_mm512_mask_blend_epi8(top, low, high), fills[k]);
+    }
+#pragma GCC unroll 4
+    for (int v = 0; v < 4; ++v) {
+      const Vec first = _mm512_permutex2var_epi8(bytes[0], spread[v], bytes[1]);
+      const Vec second = _mm512_permutex2var_epi8(bytes[2], spread[v], bytes[3]);
+      _mm512_storeu_si512(dst + 4 * x + 64 * v, _mm512_mask_blend_epi8(kHighBytes, first, second));
+    }
+  }
+  return x;
+}
