@@ -120,7 +120,7 @@ void DrawChart(const std::vector<Row>& rows, const std::string& path) {
 
 int main(int argc, char** argv) {
   std::vector<Size> sizes = {{64, 64}, {1920, 1080}, {4096, 2160}};
-  std::string csvPath = "pixelbench.csv", chartPath = "pixelbench.png", filter;
+  std::string csvPath, chartPath, filter;  // files are written only when asked for
   int rounds = 5, simd = -1;
   for (int i = 1; i + 1 < argc; i += 2) {
     if (strcmp(argv[i], "--csv") == 0) csvPath = argv[i + 1];
@@ -199,16 +199,21 @@ int main(int argc, char** argv) {
     for (refhost::Object* object : std::initializer_list<refhost::Object*>{scene.picture, scene.mask, scene.dest, scene.block, scene.source, scene.table})
       host.Release(object);
   }
-  std::ofstream csv(csvPath);
-  csv << "method,width,height,time_ns,memcpy_ns,nearest,nearest_ns,ratio_memcpy,ratio_nearest\n";
-  for (const Row& row : rows)
-    csv << '"' << row.layout << "\"," << row.size.width << ',' << row.size.height << ',' << row.method << ',' << row.copy
-        << ',' << row.nearestName << ',' << row.nearest << ',' << row.method / row.copy << ','
-        << (row.nearest > 0 ? row.method / row.nearest : 0) << '\n';
+  if (!csvPath.empty()) {
+    std::ofstream csv(csvPath);
+    csv << "method,width,height,time_ns,memcpy_ns,nearest,nearest_ns,ratio_memcpy,ratio_nearest\n";
+    for (const Row& row : rows)
+      csv << '"' << row.layout << "\"," << row.size.width << ',' << row.size.height << ',' << row.method << ','
+          << row.copy << ',' << row.nearestName << ',' << row.nearest << ',' << row.method / row.copy << ','
+          << (row.nearest > 0 ? row.method / row.nearest : 0) << '\n';
+    printf("\nwrote %s\n", csvPath.c_str());
+  }
   std::vector<Row> chart;
   for (const Row& row : rows)
     if (row.size.width == 1920) chart.push_back(row);
-  if (!chart.empty()) DrawChart(chart, chartPath);
-  printf("\nwrote %s%s\n", csvPath.c_str(), chart.empty() ? "" : (" and " + chartPath).c_str());
+  if (!chartPath.empty() && !chart.empty()) {
+    DrawChart(chart, chartPath);
+    printf("wrote %s\n", chartPath.c_str());
+  }
   return 0;
 }
