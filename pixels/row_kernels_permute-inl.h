@@ -93,6 +93,19 @@ PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, uint8_t* dst, int32_t p
   Permute<false>(src, dst, pixels, p);
 }
 
+// Byte j of the first output vector of gray pixels takes pixel j / 4's byte from the first
+// vector of a permute's pair (bytes 0 and 2 of a pixel) or the second (bytes 1 and 3);
+// output vector v's indexes are these plus 16 v.
+struct SpreadIndexes {
+  uint8_t bytes[64];
+};
+constexpr SpreadIndexes MakeSpreadIndexes() {
+  SpreadIndexes spread{};
+  for (int j = 0; j < 64; ++j) spread.bytes[j] = static_cast<uint8_t>((j & 1) * 64 + j / 4);
+  return spread;
+}
+alignas(64) constexpr SpreadIndexes kSpread = MakeSpreadIndexes();
+
 // Sixty-four samples a step. Each table sits in four vectors; a sample's low seven bits pick
 // a byte from one pair of them, its top bit the pair. The four bytes of each pixel are then
 // spread into place: output vector v takes bytes 0 and 1 of a pixel from one two-vector
@@ -107,12 +120,9 @@ PIXELBRIDGE_ROW_ENTRY int32_t OneToFourTables(const uint8_t* src, uint8_t* dst, 
       tables[k][part] = looked[k] ? _mm512_loadu_si512(t.table[k] + 64 * part) : _mm512_setzero_si512();
     fills[k] = _mm512_set1_epi8(static_cast<char>(t.fill[k]));
   }
-  alignas(64) uint8_t index[64];
 #pragma GCC unroll 4
-  for (int v = 0; v < 4; ++v) {
-    for (int j = 0; j < 64; ++j) index[j] = static_cast<uint8_t>((j & 1) * 64 + 16 * v + j / 4);
-    spread[v] = _mm512_load_si512(index);
-  }
+  for (int v = 0; v < 4; ++v)
+    spread[v] = _mm512_add_epi8(_mm512_load_si512(kSpread.bytes), _mm512_set1_epi8(static_cast<char>(16 * v)));
   constexpr __mmask64 kHighBytes = 0xCCCCCCCCCCCCCCCCull;  // bytes 2 and 3 of every pixel
   int32_t x = 0;
   for (; x + 64 <= pixels; x += 64) {
