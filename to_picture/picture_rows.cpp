@@ -48,6 +48,11 @@ PictureRow::PictureRow(const PictureRowPlan& plan, SimdLevel level) : plan_(plan
   const bool gray = plan.tables != nullptr;
   plain_ = gray ? GrayToPictureRow_C : ColourToPictureRow_C;
   if (level == SimdLevel::kScalar) return;
+  // The byte of a pixel word each channel goes to, and the filler bytes of an opaque pixel.
+  const int redByte = plan.redShift / 8, greenByte = plan.greenShift / 8, blueByte = plan.blueShift / 8;
+  uint8_t fill[4];
+  for (int k = 0; k < 4; ++k) fill[k] = static_cast<uint8_t>(plan.opaque >> (8 * k));
+  const RowKernelSet& simd = RowKernelsFor(level);
   if (gray && !(plan.plainGray && plan.stride == 1)) {
     const GrayTables& tables = *plan.tables;
     for (int v = 0; v < 256; ++v)
@@ -55,22 +60,21 @@ PictureRow::PictureRow(const PictureRowPlan& plan, SimdLevel level) : plan_(plan
                   (uint32_t{tables.blue[v]} << plan.blueShift) | plan.opaque;
     words_in_use_ = true;
     if (plan.stride != 1) return;
-    tables_fast_ = RowKernelsFor(level).oneToFourTables;
-    tables_.table[plan.redShift / 8] = tables.red;
-    tables_.table[plan.greenShift / 8] = tables.green;
-    tables_.table[plan.blueShift / 8] = tables.blue;
-    for (int k = 0; k < 4; ++k) tables_.fill[k] = static_cast<uint8_t>(plan.opaque >> (8 * k));
+    tables_fast_ = simd.oneToFourTables;
+    tables_.table[redByte] = tables.red;
+    tables_.table[greenByte] = tables.green;
+    tables_.table[blueByte] = tables.blue;
+    memcpy(tables_.fill, fill, sizeof fill);
     return;
   }
-  // The same as a byte map: each channel to the byte its shift names, the filler byte set.
+  // The same as a byte map: each channel to its byte, the filler bytes set.
   PixelMap map;
   map.inputBytes = static_cast<int8_t>(gray ? 1 : plan.stride);
-  map.from[plan.redShift / 8] = static_cast<int8_t>(gray ? 0 : plan.red);
-  map.from[plan.greenShift / 8] = static_cast<int8_t>(gray ? 0 : plan.green);
-  map.from[plan.blueShift / 8] = static_cast<int8_t>(gray ? 0 : plan.blue);
-  for (int k = 0; k < 4; ++k) map.fill[k] = static_cast<uint8_t>(plan.opaque >> (8 * k));
+  map.from[redByte] = static_cast<int8_t>(gray ? 0 : plan.red);
+  map.from[greenByte] = static_cast<int8_t>(gray ? 0 : plan.green);
+  map.from[blueByte] = static_cast<int8_t>(gray ? 0 : plan.blue);
+  memcpy(map.fill, fill, sizeof fill);
   BuildRowPatterns(map, level, &patterns_);
-  const RowKernelSet& simd = RowKernelsFor(level);
   fast_ = gray ? simd.oneToFour : plan.stride == 3 ? simd.threeToFour : simd.fourToFour;
 }
 
