@@ -19,11 +19,11 @@ const uint8_t kReverse[16] = {3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 
 Scene MakeScene(refhost::Host& host, int32_t width, int32_t height) {
   Scene scene;
   scene.width = width, scene.height = height;
-  refhost::PictureSpec spec;
-  spec.width = width, spec.height = height, spec.alpha_info = 6;
-  scene.picture = host.NewPicture(spec);
-  scene.mask = host.NewPicture(spec);
-  scene.dest = host.NewPicture(spec);
+  refhost::PictureSetup setup;
+  setup.width = width, setup.height = height, setup.alpha_info = 6;
+  scene.picture = host.NewPicture(setup);
+  scene.mask = host.NewPicture(setup);
+  scene.dest = host.NewPicture(setup);
   const size_t bytes = static_cast<size_t>(width) * static_cast<size_t>(height) * 4;
   for (size_t i = 0; i < bytes; ++i) {
     scene.picture->bitmap_row(0)[i] = static_cast<uint8_t>(i * 7 + 3);

@@ -147,18 +147,18 @@ MemoryBlock* Host::NewMemoryBlock(size_t size, uint8_t fill) { return Make<Memor
 
 IntArray* Host::NewIntArray(std::vector<int32_t> values) { return Make<IntArray>(std::move(values)); }
 
-PictureSpec Host::HostPictureSpec(int32_t width, int32_t height) const {
-  PictureSpec spec;
-  spec.width = width;
-  spec.height = height;
-  spec.refuse_locks = config_.new_pictures_refuse_locks;
+PictureSetup Host::HostPictureSpec(int32_t width, int32_t height) const {
+  PictureSetup setup;
+  setup.width = width;
+  setup.height = height;
+  setup.refuse_locks = config_.new_pictures_refuse_locks;
   if (config_.kind == HostKind::Desktop) {
-    spec.alpha_info = config_.new_picture_alpha_info;
+    setup.alpha_info = config_.new_picture_alpha_info;
   } else {
-    spec.kind = PictureKind::TrueColor;
-    spec.fill = Rgba{0, 0, 0, 255};
+    setup.kind = PictureKind::TrueColor;
+    setup.fill = Rgba{0, 0, 0, 255};
   }
-  return spec;
+  return setup;
 }
 
 Picture* Host::MakeHostPicture(int32_t width, int32_t height) {

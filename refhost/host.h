@@ -120,11 +120,11 @@ class Host {
   // Objects made for the caller, each with one reference that the caller holds.
   MemoryBlock* NewMemoryBlock(size_t size, uint8_t fill = 0);
   IntArray* NewIntArray(std::vector<int32_t> values);
-  Picture* NewPicture(const PictureSpec& spec) { return Make<Picture>(spec); }
+  Picture* NewPicture(const PictureSetup& setup) { return Make<Picture>(setup); }
   // The picture "newPicture" makes on this host: a bitmap context on desktop hosts, a
   // true-colour image on console and web hosts. Null outside 1 to 32767.
   Picture* MakeHostPicture(int32_t width, int32_t height);
-  PictureSpec HostPictureSpec(int32_t width, int32_t height) const;
+  PictureSetup HostPictureSpec(int32_t width, int32_t height) const;
   void Release(Object* object);
   void Retain(Object* object);
 

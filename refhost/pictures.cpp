@@ -80,48 +80,48 @@ Rgba TrueColorStore::Get(int32_t x, int32_t y) const {
   return record_->tpixels != nullptr ? FromTrueColor(record_->tpixels[y][x]) : Rgba{0, 0, 0, 255};
 }
 
-Picture::Picture(const PictureSpec& spec) : Object("Picture"), spec_(spec) {
+Picture::Picture(const PictureSetup& setup) : Object("Picture"), setup_(setup) {
   // Bitmap pictures may be empty; gd makes no empty images.
-  const int32_t smallest = spec.kind == PictureKind::Bitmap ? 0 : 1;
-  if (spec.width < smallest || spec.height < smallest) throw std::invalid_argument("picture size");
-  switch (spec.kind) {
+  const int32_t smallest = setup.kind == PictureKind::Bitmap ? 0 : 1;
+  if (setup.width < smallest || setup.height < smallest) throw std::invalid_argument("picture size");
+  switch (setup.kind) {
     case PictureKind::Bitmap: {
-      const size_t bits = spec.bits_per_component * (spec.alpha_info == kCGImageAlphaNone ? 3 : 4);
+      const size_t bits = setup.bits_per_component * (setup.alpha_info == kCGImageAlphaNone ? 3 : 4);
       bytes_per_pixel_ = bits / 8;
-      bytes_per_row_ = static_cast<size_t>(spec.width) * bytes_per_pixel_ + static_cast<size_t>(spec.row_padding);
-      pixels_ = std::make_unique<GuardedBuffer>(bytes_per_row_ * static_cast<size_t>(spec.height), 0);
-      context_ = CGBitmapContextCreate(pixels_->data(), static_cast<size_t>(spec.width),
-                                       static_cast<size_t>(spec.height), spec.bits_per_component,
-                                       bytes_per_row_, nullptr, spec.alpha_info);
+      bytes_per_row_ = static_cast<size_t>(setup.width) * bytes_per_pixel_ + static_cast<size_t>(setup.row_padding);
+      pixels_ = std::make_unique<GuardedBuffer>(bytes_per_row_ * static_cast<size_t>(setup.height), 0);
+      context_ = CGBitmapContextCreate(pixels_->data(), static_cast<size_t>(setup.width),
+                                       static_cast<size_t>(setup.height), setup.bits_per_component,
+                                       bytes_per_row_, nullptr, setup.alpha_info);
       break;
     }
     case PictureKind::TrueColor:
-      store_ = std::make_unique<TrueColorStore>(spec.width, spec.height, spec.palette);
-      if (!spec.true_color_flag) store_->record()->trueColor = 0;
+      store_ = std::make_unique<TrueColorStore>(setup.width, setup.height, setup.palette);
+      if (!setup.true_color_flag) store_->record()->trueColor = 0;
       break;
     case PictureKind::Vector:
-      drawing_.resize(static_cast<size_t>(spec.width) * static_cast<size_t>(spec.height));
+      drawing_.resize(static_cast<size_t>(setup.width) * static_cast<size_t>(setup.height));
       break;
   }
-  Fill(spec.fill);
+  Fill(setup.fill);
 }
 
 // One pixel set the slow way, then copied along the first row and down the others.
 void Picture::Fill(Rgba colour) {
-  if (spec_.width == 0 || spec_.height == 0) return;
-  if (spec_.kind == PictureKind::Vector) {
+  if (setup_.width == 0 || setup_.height == 0) return;
+  if (setup_.kind == PictureKind::Vector) {
     std::fill(drawing_.begin(), drawing_.end(), colour);
     return;
   }
   SetPixel(0, 0, colour);
   const size_t pixel = pixels_ ? bytes_per_pixel_ : 4;
-  const size_t row = pixel * static_cast<size_t>(spec_.width);
+  const size_t row = pixel * static_cast<size_t>(setup_.width);
   auto rowOf = [&](int32_t y) -> uint8_t* {
     return pixels_ ? bitmap_row(y) : reinterpret_cast<uint8_t*>(store_->record()->tpixels ? store_->record()->tpixels[y] : nullptr);
   };
   if (rowOf(0) == nullptr) return;  // palette images stay as made
   for (size_t x = pixel; x < row; x += pixel) memcpy(rowOf(0) + x, rowOf(0), pixel);
-  for (int32_t y = 1; y < spec_.height; ++y) memcpy(rowOf(y), rowOf(0), row);
+  for (int32_t y = 1; y < setup_.height; ++y) memcpy(rowOf(y), rowOf(0), row);
 }
 
 Picture::~Picture() {
@@ -133,17 +133,17 @@ uint8_t* Picture::bitmap_row(int32_t y) const {
 }
 
 void Picture::SetPixel(int32_t x, int32_t y, Rgba colour) {
-  if (x < 0 || y < 0 || x >= spec_.width || y >= spec_.height) return;
+  if (x < 0 || y < 0 || x >= setup_.width || y >= setup_.height) return;
   if (pixels_) {
     uint8_t* pixel = bitmap_row(y) + static_cast<size_t>(x) * bytes_per_pixel_;
-    if (bytes_per_pixel_ == 4 && AlphaFirst(spec_.alpha_info)) {
+    if (bytes_per_pixel_ == 4 && AlphaFirst(setup_.alpha_info)) {
       pixel[0] = colour.a, pixel[1] = colour.r, pixel[2] = colour.g, pixel[3] = colour.b;
     } else {
       pixel[0] = colour.r, pixel[1] = colour.g, pixel[2] = colour.b;
       if (bytes_per_pixel_ == 4) pixel[3] = colour.a;
     }
-  } else if (spec_.kind == PictureKind::Vector) {
-    drawing_[static_cast<size_t>(y) * static_cast<size_t>(spec_.width) + static_cast<size_t>(x)] = colour;
+  } else if (setup_.kind == PictureKind::Vector) {
+    drawing_[static_cast<size_t>(y) * static_cast<size_t>(setup_.width) + static_cast<size_t>(x)] = colour;
   } else {
     store_->Set(x, y, colour);
   }
@@ -152,27 +152,27 @@ void Picture::SetPixel(int32_t x, int32_t y, Rgba colour) {
 Rgba Picture::GetPixel(int32_t x, int32_t y) const {
   if (pixels_) {
     const uint8_t* pixel = bitmap_row(y) + static_cast<size_t>(x) * bytes_per_pixel_;
-    if (bytes_per_pixel_ == 4 && AlphaFirst(spec_.alpha_info)) return Rgba{pixel[1], pixel[2], pixel[3], pixel[0]};
+    if (bytes_per_pixel_ == 4 && AlphaFirst(setup_.alpha_info)) return Rgba{pixel[1], pixel[2], pixel[3], pixel[0]};
     return Rgba{pixel[0], pixel[1], pixel[2], bytes_per_pixel_ == 4 ? pixel[3] : uint8_t{255}};
   }
-  if (spec_.kind == PictureKind::Vector)
-    return drawing_[static_cast<size_t>(y) * static_cast<size_t>(spec_.width) + static_cast<size_t>(x)];
+  if (setup_.kind == PictureKind::Vector)
+    return drawing_[static_cast<size_t>(y) * static_cast<size_t>(setup_.width) + static_cast<size_t>(x)];
   return store_->Get(x, y);
 }
 
 bool Picture::Lock(REALpictureDescription* description, RBPixelType type, bool lendTrueColor) {
-  if (spec_.refuse_locks || description == nullptr) return false;
+  if (setup_.refuse_locks || description == nullptr) return false;
   void* data = nullptr;
-  if (spec_.kind == PictureKind::Bitmap && type == kRBPixelTypeBitmapContext) {
+  if (setup_.kind == PictureKind::Bitmap && type == kRBPixelTypeBitmapContext) {
     data = context_;
-  } else if (spec_.kind == PictureKind::TrueColor && type == kRBPixelTypeTrueColor) {
+  } else if (setup_.kind == PictureKind::TrueColor && type == kRBPixelTypeTrueColor) {
     data = store_->record();
-  } else if (type == kRBPixelTypeTrueColor && lendTrueColor && spec_.width > 0 && spec_.height > 0) {
+  } else if (type == kRBPixelTypeTrueColor && lendTrueColor && setup_.width > 0 && setup_.height > 0) {
     // Lends a true-colour rendering of itself, taken back into the picture at unlock (an
     // empty picture has none: gd makes no empty images).
-    if (!store_) store_ = std::make_unique<TrueColorStore>(spec_.width, spec_.height, false);
-    for (int32_t y = 0; y < spec_.height; ++y)
-      for (int32_t x = 0; x < spec_.width; ++x) store_->Set(x, y, GetPixel(x, y));
+    if (!store_) store_ = std::make_unique<TrueColorStore>(setup_.width, setup_.height, false);
+    for (int32_t y = 0; y < setup_.height; ++y)
+      for (int32_t x = 0; x < setup_.width; ++x) store_->Set(x, y, GetPixel(x, y));
     lent_ = true;
     data = store_->record();
   } else {
@@ -180,8 +180,8 @@ bool Picture::Lock(REALpictureDescription* description, RBPixelType type, bool l
   }
   description->type = type;
   description->data = data;
-  description->width = spec_.width;
-  description->height = spec_.height;
+  description->width = setup_.width;
+  description->height = setup_.height;
   ++locks_;
   return true;
 }
@@ -193,21 +193,21 @@ void Picture::Unlock() {
   }
   if (--locks_ == 0 && lent_) {
     lent_ = false;
-    for (int32_t y = 0; y < spec_.height; ++y)
-      for (int32_t x = 0; x < spec_.width; ++x) SetPixel(x, y, store_->Get(x, y));
+    for (int32_t y = 0; y < setup_.height; ++y)
+      for (int32_t x = 0; x < setup_.width; ++x) SetPixel(x, y, store_->Get(x, y));
   }
 }
 
 bool Picture::GetInt(const std::string& name, int32_t* value) {
-  if (name == "Width") *value = spec_.width;
-  else if (name == "Height") *value = spec_.height;
+  if (name == "Width") *value = setup_.width;
+  else if (name == "Height") *value = setup_.height;
   else return false;
   return true;
 }
 
 bool Picture::GetBool(const std::string& name, bool* value) {
   if (name != "HasAlphaChannel") return false;
-  *value = spec_.has_alpha;
+  *value = setup_.has_alpha;
   return true;
 }
 

@@ -22,7 +22,7 @@ struct Rgba {
 
 enum class PictureKind { Bitmap, TrueColor, Vector };
 
-struct PictureSpec {
+struct PictureSetup {
   PictureKind kind = PictureKind::Bitmap;
   int32_t width = 1;
   int32_t height = 1;
@@ -56,12 +56,12 @@ class TrueColorStore {
 
 class Picture : public Object {
  public:
-  explicit Picture(const PictureSpec& spec);
+  explicit Picture(const PictureSetup& setup);
   ~Picture() override;
 
-  const PictureSpec& spec() const { return spec_; }
-  int32_t width() const { return spec_.width; }
-  int32_t height() const { return spec_.height; }
+  const PictureSetup& setup() const { return setup_; }
+  int32_t width() const { return setup_.width; }
+  int32_t height() const { return setup_.height; }
   void SetPixel(int32_t x, int32_t y, Rgba colour);
   void Fill(Rgba colour);
   Rgba GetPixel(int32_t x, int32_t y) const;
@@ -76,13 +76,13 @@ class Picture : public Object {
   // Raw storage, for tests that look at bytes.
   uint8_t* bitmap_row(int32_t y) const;
   size_t bytes_per_row() const { return bytes_per_row_; }
-  TrueColorImage* image() const { return spec_.kind == PictureKind::TrueColor ? store_->record() : nullptr; }
+  TrueColorImage* image() const { return setup_.kind == PictureKind::TrueColor ? store_->record() : nullptr; }
 
   bool GetInt(const std::string& name, int32_t* value) override;
   bool GetBool(const std::string& name, bool* value) override;
 
  private:
-  PictureSpec spec_;
+  PictureSetup setup_;
   int locks_ = 0;
   int stray_unlocks_ = 0;
   // Bitmap pictures.

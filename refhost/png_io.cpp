@@ -19,7 +19,7 @@ struct ImageDestroyer {
 using ImageHandle = std::unique_ptr<gdImage, ImageDestroyer>;
 }  // namespace
 
-Picture* LoadPng(Host& host, const std::string& path, PictureSpec spec, std::string* error) {
+Picture* LoadPng(Host& host, const std::string& path, PictureSetup setup, std::string* error) {
   std::unique_ptr<FILE, FileCloser> file(fopen(path.c_str(), "rb"));
   if (!file) {
     if (error) *error = "cannot open " + path;
@@ -30,11 +30,11 @@ Picture* LoadPng(Host& host, const std::string& path, PictureSpec spec, std::str
     if (error) *error = path + " is not a PNG file gd can read";
     return nullptr;
   }
-  spec.width = gdImageSX(image.get());
-  spec.height = gdImageSY(image.get());
-  Picture* picture = host.NewPicture(spec);
-  for (int y = 0; y < spec.height; ++y) {
-    for (int x = 0; x < spec.width; ++x) {
+  setup.width = gdImageSX(image.get());
+  setup.height = gdImageSY(image.get());
+  Picture* picture = host.NewPicture(setup);
+  for (int y = 0; y < setup.height; ++y) {
+    for (int x = 0; x < setup.width; ++x) {
       const int pixel = gdImageGetTrueColorPixel(image.get(), x, y);
       const int alpha = gdTrueColorGetAlpha(pixel);  // 0 opaque … 127 transparent
       picture->SetPixel(x, y,

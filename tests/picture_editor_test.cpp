@@ -10,7 +10,7 @@ using refhost::HostConfig;
 using refhost::Object;
 using refhost::Picture;
 using refhost::PictureKind;
-using refhost::PictureSpec;
+using refhost::PictureSetup;
 using refhost::Rgba;
 
 namespace {
@@ -56,10 +56,10 @@ Rgba ColourAt(int32_t x, int32_t y) {
   return Rgba{static_cast<uint8_t>(x * 16 + 1), static_cast<uint8_t>(y * 32 + 2), static_cast<uint8_t>(x ^ y), 255};
 }
 
-Picture* Painted(Host& host, PictureSpec spec) {
-  Picture* picture = host.NewPicture(spec);
-  for (int32_t y = 0; y < spec.height; ++y)
-    for (int32_t x = 0; x < spec.width; ++x) picture->SetPixel(x, y, ColourAt(x, y));
+Picture* Painted(Host& host, PictureSetup setup) {
+  Picture* picture = host.NewPicture(setup);
+  for (int32_t y = 0; y < setup.height; ++y)
+    for (int32_t x = 0; x < setup.width; ++x) picture->SetPixel(x, y, ColourAt(x, y));
   return picture;
 }
 
@@ -92,10 +92,10 @@ TEST(PictureOpen, DesktopBitmapFormats) {
   InHost(Config(), [&](Host& host) {
     for (const Case& c : cases) {
       SCOPED_TRACE(testing::Message() << "alpha " << c.hasAlpha << " info " << c.alphaInfo << " bpc " << c.bitsPerComponent);
-      PictureSpec spec;
-      spec.width = 5, spec.height = 3, spec.row_padding = 12;
-      spec.has_alpha = c.hasAlpha, spec.alpha_info = c.alphaInfo, spec.bits_per_component = c.bitsPerComponent;
-      Picture* picture = Painted(host, spec);
+      PictureSetup setup;
+      setup.width = 5, setup.height = 3, setup.row_padding = 12;
+      setup.has_alpha = c.hasAlpha, setup.alpha_info = c.alphaInfo, setup.bits_per_component = c.bitsPerComponent;
+      Picture* picture = Painted(host, setup);
       Balanced(host, [&] {
         Editor editor(host);
         ASSERT_EQ(editor.Open(picture, true, false), c.format != 0);
@@ -129,9 +129,9 @@ TEST(PictureOpen, UnlockAfterRefusedLockOnlyBefore2012) {
   for (double version : {2011.99, 2012.0}) {
     SCOPED_TRACE(version);
     InHost(Config(refhost::HostKind::Desktop, version), [&](Host& host) {
-      PictureSpec spec;
-      spec.has_alpha = true, spec.refuse_locks = true;
-      Picture* picture = host.NewPicture(spec);
+      PictureSetup setup;
+      setup.has_alpha = true, setup.refuse_locks = true;
+      Picture* picture = host.NewPicture(setup);
       Balanced(host, [&] {
         Editor editor(host);
         EXPECT_FALSE(editor.Open(picture, true, false));
@@ -154,9 +154,9 @@ TEST(PictureOpen, DrawnCopyOnlyForReadingPicturesWithoutAlpha) {
   for (const Case& c : {Case{false, false, true}, Case{false, true, false}, Case{true, false, false}}) {
     SCOPED_TRACE(testing::Message() << "alpha " << c.hasAlpha << " writing " << c.forWriting);
     InHost(Config(), [&](Host& host) {
-      PictureSpec spec;
-      spec.kind = PictureKind::Vector, spec.width = 7, spec.height = 4, spec.has_alpha = c.hasAlpha;
-      Picture* vector = Painted(host, spec);
+      PictureSetup setup;
+      setup.kind = PictureKind::Vector, setup.width = 7, setup.height = 4, setup.has_alpha = c.hasAlpha;
+      Picture* vector = Painted(host, setup);
       Balanced(host, [&] {
         Editor editor(host);
         ASSERT_EQ(editor.Open(vector, !c.forWriting, c.forWriting), c.opens);
@@ -186,9 +186,9 @@ TEST(PictureOpen, DrawnCopyNestsOneLevel) {
   HostConfig config = Config();
   config.new_pictures_refuse_locks = true;
   InHost(config, [](Host& host) {
-    PictureSpec spec;
-    spec.kind = PictureKind::Vector;
-    Picture* vector = host.NewPicture(spec);
+    PictureSetup setup;
+    setup.kind = PictureKind::Vector;
+    Picture* vector = host.NewPicture(setup);
     Balanced(host, [&] { EXPECT_FALSE(Editor(host).Open(vector, true, false)); });
     EXPECT_EQ(host.CallCount("newPicture"), 1);
     host.Release(vector);
@@ -203,9 +203,9 @@ TEST(PictureOpen, RowCopyWhenTheHostCantDraw) {
     config.no_draw_method = true;
     config.lend_true_color = lend;
     InHost(config, [&](Host& host) {
-      PictureSpec spec;
-      spec.kind = PictureKind::Vector, spec.width = 6, spec.height = 3;
-      Picture* vector = Painted(host, spec);
+      PictureSetup setup;
+      setup.kind = PictureKind::Vector, setup.width = 6, setup.height = 3;
+      Picture* vector = Painted(host, setup);
       Balanced(host, [&] {
         Editor editor(host);
         ASSERT_TRUE(editor.Open(vector, true, false));
@@ -237,10 +237,10 @@ TEST(PictureOpen, ConsoleAndWebHostsOpenTrueColourImages) {
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << "palette " << c.palette << " flag " << c.trueColorFlag);
     InHost(Config(c.kind), [&](Host& host) {
-      PictureSpec spec;
-      spec.kind = PictureKind::TrueColor, spec.width = 9, spec.height = 5;
-      spec.palette = c.palette, spec.true_color_flag = c.trueColorFlag;
-      Picture* picture = c.palette ? host.NewPicture(spec) : Painted(host, spec);
+      PictureSetup setup;
+      setup.kind = PictureKind::TrueColor, setup.width = 9, setup.height = 5;
+      setup.palette = c.palette, setup.true_color_flag = c.trueColorFlag;
+      Picture* picture = c.palette ? host.NewPicture(setup) : Painted(host, setup);
       Balanced(host, [&] {
         Editor editor(host);
         ASSERT_EQ(editor.Open(picture, true, false), c.opens);
@@ -263,9 +263,9 @@ TEST(PictureOpen, RowStepsThroughRowsThenRestsOnRowZero) {
   for (PictureKind kind : {PictureKind::Bitmap, PictureKind::TrueColor}) {
     const bool console = kind == PictureKind::TrueColor;
     InHost(Config(console ? refhost::HostKind::Console : refhost::HostKind::Desktop), [&](Host& host) {
-      PictureSpec spec;
-      spec.kind = kind, spec.width = 3, spec.height = 4, spec.row_padding = 8;
-      Picture* picture = Painted(host, spec);
+      PictureSetup setup;
+      setup.kind = kind, setup.width = 3, setup.height = 4, setup.row_padding = 8;
+      Picture* picture = Painted(host, setup);
       Balanced(host, [&] {
         Editor editor(host);
         ASSERT_TRUE(editor.Open(picture, true, false));
@@ -287,7 +287,7 @@ TEST(PictureOpen, RowStepsThroughRowsThenRestsOnRowZero) {
 
 TEST(PictureEditor, ReleaseGivesBackOnceInOrder) {
   InHost(Config(), [](Host& host) {
-    Picture* picture = host.NewPicture(PictureSpec{});
+    Picture* picture = host.NewPicture(PictureSetup{});
     host.ClearLog();
     { Editor never(host); }
     EXPECT_TRUE(host.CallNames().empty()) << "an editor never opened makes no host call";
@@ -321,7 +321,7 @@ TEST(PictureOpen, HostKindDetection) {
   HostConfig both = Config();
   both.extra_classes = {"ConsoleApplication"};
   InHost(both, [](Host& host) {
-    Picture* picture = host.NewPicture(PictureSpec{});
+    Picture* picture = host.NewPicture(PictureSetup{});
     Balanced(host, [&] { EXPECT_TRUE(Editor(host).Open(picture, true, false)); });
     EXPECT_EQ(pixeltest::Probe<int (*)()>(host, "PixelbridgeProbeHostKind")(), 1);
     host.Release(picture);
@@ -329,10 +329,10 @@ TEST(PictureOpen, HostKindDetection) {
   HostConfig unknown = Config();
   unknown.missing = {"pluginObjectType"};
   InHost(unknown, [](Host& host) {
-    PictureSpec refused;
+    PictureSetup refused;
     refused.has_alpha = true, refused.refuse_locks = true;
     Picture* first = host.NewPicture(refused);
-    Picture* second = host.NewPicture(PictureSpec{});
+    Picture* second = host.NewPicture(PictureSetup{});
     host.ClearLog();
     Balanced(host, [&] { EXPECT_FALSE(Editor(host).Open(first, true, false)); });
     Balanced(host, [&] { EXPECT_TRUE(Editor(host).Open(second, true, false)); });
@@ -363,9 +363,9 @@ TEST(PictureWriter, ReusesALargeEnoughDestinationOtherwiseMakesAPicture) {
     InHost(Config(), [&](Host& host) {
       Picture* destination = nullptr;
       if (c.destinationWidth > 0) {
-        PictureSpec spec;
-        spec.width = c.destinationWidth, spec.height = c.destinationHeight, spec.refuse_locks = c.refuseLocks;
-        destination = host.NewPicture(spec);
+        PictureSetup setup;
+        setup.width = c.destinationWidth, setup.height = c.destinationHeight, setup.refuse_locks = c.refuseLocks;
+        destination = host.NewPicture(setup);
       }
       host.ClearLog();
       refhost::CallResult result = host.Run([&]() -> void* {
@@ -391,7 +391,7 @@ TEST(PictureWriter, ReusesALargeEnoughDestinationOtherwiseMakesAPicture) {
 // The host sees a new picture made, opened, handed back, released, in this order.
 TEST(PictureWriter, HostCallsForANewPicture) {
   InHost(Config(), [](Host& host) {
-    Picture* warm = host.NewPicture(PictureSpec{});  // settles the host kind first
+    Picture* warm = host.NewPicture(PictureSetup{});  // settles the host kind first
     Balanced(host, [&] { EXPECT_TRUE(Editor(host).Open(warm, true, false)); });
     host.Release(warm);
     host.ClearLog();

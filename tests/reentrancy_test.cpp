@@ -13,7 +13,7 @@ using refhost::HostKind;
 using refhost::MemoryBlock;
 using refhost::Picture;
 using refhost::PictureKind;
-using refhost::PictureSpec;
+using refhost::PictureSetup;
 using refhost::Rgba;
 
 namespace {
@@ -25,16 +25,16 @@ Rgba ColourAt(int32_t x, int32_t y) {
               static_cast<uint8_t>(250 - y * 21 - x), 255};
 }
 
-PictureSpec SpecOf(PictureKind kind, int32_t width, int32_t height) {
-  PictureSpec spec;
-  spec.kind = kind, spec.width = width, spec.height = height;
-  return spec;
+PictureSetup SpecOf(PictureKind kind, int32_t width, int32_t height) {
+  PictureSetup setup;
+  setup.kind = kind, setup.width = width, setup.height = height;
+  return setup;
 }
 
-Picture* Painted(Host& host, const PictureSpec& spec, int32_t shade) {
-  Picture* picture = host.NewPicture(spec);
-  for (int32_t y = 0; y < spec.height; ++y)
-    for (int32_t x = 0; x < spec.width; ++x) picture->SetPixel(x, y, ColourAt(x + shade, y));
+Picture* Painted(Host& host, const PictureSetup& setup, int32_t shade) {
+  Picture* picture = host.NewPicture(setup);
+  for (int32_t y = 0; y < setup.height; ++y)
+    for (int32_t x = 0; x < setup.width; ++x) picture->SetPixel(x, y, ColourAt(x + shade, y));
   return picture;
 }
 

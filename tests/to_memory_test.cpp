@@ -15,7 +15,7 @@ using refhost::HostConfig;
 using refhost::HostKind;
 using refhost::Picture;
 using refhost::PictureKind;
-using refhost::PictureSpec;
+using refhost::PictureSetup;
 using refhost::Rgba;
 
 namespace {
@@ -30,10 +30,10 @@ Rgba MaskAt(int32_t x, int32_t y) {
   return Rgba{static_cast<uint8_t>(x), static_cast<uint8_t>(x * 50 + y * 13), static_cast<uint8_t>(255 - y), 0x33};
 }
 
-Picture* Painted(Host& host, PictureSpec spec, Rgba (*colour)(int32_t, int32_t)) {
-  Picture* picture = host.NewPicture(spec);
-  for (int32_t y = 0; y < spec.height; ++y)
-    for (int32_t x = 0; x < spec.width; ++x) picture->SetPixel(x, y, colour(x, y));
+Picture* Painted(Host& host, PictureSetup setup, Rgba (*colour)(int32_t, int32_t)) {
+  Picture* picture = host.NewPicture(setup);
+  for (int32_t y = 0; y < setup.height; ++y)
+    for (int32_t x = 0; x < setup.width; ++x) picture->SetPixel(x, y, colour(x, y));
   return picture;
 }
 
@@ -116,11 +116,11 @@ const Source kSources[] = {
     {"drawn copy", HostKind::Desktop, PictureKind::Vector, false, 0},
 };
 
-PictureSpec SpecOf(const Source& source, int32_t width, int32_t height) {
-  PictureSpec spec;
-  spec.kind = source.kind, spec.width = width, spec.height = height;
-  spec.has_alpha = source.hasAlpha, spec.alpha_info = source.alphaInfo, spec.row_padding = 12;
-  return spec;
+PictureSetup SpecOf(const Source& source, int32_t width, int32_t height) {
+  PictureSetup setup;
+  setup.kind = source.kind, setup.width = width, setup.height = height;
+  setup.has_alpha = source.hasAlpha, setup.alpha_info = source.alphaInfo, setup.row_padding = 12;
+  return setup;
 }
 
 HostConfig ConfigFor(HostKind kind) {
@@ -186,9 +186,9 @@ TEST(CopyToMemory, LineRangesAndPitch) {
       for (int32_t padding : {0, 12}) {
       SCOPED_TRACE(testing::Message() << c.width << "x" << c.height << " lines " << c.startLine << ".." << c.endLine
                                       << " DestRowBytes " << c.destRowBytes << " row padding " << padding);
-      PictureSpec spec = SpecOf(kSources[5], c.width, c.height);
-      spec.row_padding = padding;
-      Picture* picture = Painted(host, spec, ColourAt);
+      PictureSetup setup = SpecOf(kSources[5], c.width, c.height);
+      setup.row_padding = padding;
+      Picture* picture = Painted(host, setup, ColourAt);
       CopyCall call{picture, nullptr, 2, 0x80};
       call.startLine = c.startLine, call.endLine = c.endLine, call.destRowBytes = c.destRowBytes;
       ExpectWritten(RunCopy(host, Method("RGBA"), call, {c.first, c.last, 0x80, 1, c.first > c.last ? 16u : 0u}));
@@ -263,13 +263,13 @@ TEST(CopyToMemory, FailuresInOrder) {
       {"RGBA", false, false, false, true, 0, 0, -1, 0, nullptr, nullptr},
   };
   InHost(ConfigFor(HostKind::Desktop), [&](Host& host) {
-    PictureSpec unopenable;
+    PictureSetup unopenable;
     unopenable.has_alpha = true, unopenable.refuse_locks = true;
     for (const Case& c : cases) {
       SCOPED_TRACE(testing::Message() << c.method << " " << (c.message ? c.message : "no message"));
       const CopyMethod& method = Method(c.method);
-      Picture* picture = c.unopenable ? host.NewPicture(unopenable) : host.NewPicture(PictureSpec{});
-      Picture* mask = host.NewPicture(PictureSpec{});
+      Picture* picture = c.unopenable ? host.NewPicture(unopenable) : host.NewPicture(PictureSetup{});
+      Picture* mask = host.NewPicture(PictureSetup{});
       refhost::MemoryBlock* block = host.NewMemoryBlock(64, kUntouched);
       CopyCall call{c.nilPicture ? nullptr : picture, c.nilBlock ? nullptr : block, c.offset, 0};
       if (method.args == CopyArgs::kMask) call.extra = c.nilMask ? nullptr : mask;
@@ -357,12 +357,12 @@ TEST(CopyToMemory, MaskOfAnotherSize) {
   };
   InHost(ConfigFor(HostKind::Desktop), [](Host& host) {
     for (int32_t padding : {12, 0}) {
-      PictureSpec spec = SpecOf(kSources[3], 4, 3);
-      spec.row_padding = padding;
-      Picture* picture = Painted(host, spec, ColourAt);
+      PictureSetup setup = SpecOf(kSources[3], 4, 3);
+      setup.row_padding = padding;
+      Picture* picture = Painted(host, setup, ColourAt);
       for (const Case& c : {Case{2, 2}, Case{7, 2}, Case{3, 6}, Case{9, 5}, Case{4, 2}, Case{4, 3}, Case{4, 6}}) {
         SCOPED_TRACE(testing::Message() << "mask " << c.maskWidth << "x" << c.maskHeight << " row padding " << padding);
-        PictureSpec maskSpec = SpecOf(kSources[0], c.maskWidth, c.maskHeight);
+        PictureSetup maskSpec = SpecOf(kSources[0], c.maskWidth, c.maskHeight);
         maskSpec.row_padding = padding;
         Picture* mask = Painted(host, maskSpec, MaskAt);
         for (const char* name : {"MRGB", "BGRM"}) {
@@ -378,8 +378,8 @@ TEST(CopyToMemory, MaskOfAnotherSize) {
 
 TEST(CopyToMemory, EmptyPictureCopiesNothing) {
   InHost(ConfigFor(HostKind::Desktop), [](Host& host) {
-    PictureSpec spec = SpecOf(kSources[5], 3, 0);
-    Picture* picture = host.NewPicture(spec);
+    PictureSetup setup = SpecOf(kSources[5], 3, 0);
+    Picture* picture = host.NewPicture(setup);
     ExpectWritten(RunCopy(host, Method("RGBA"), {picture, nullptr, 0, 9}, {0, -1, 9, 1, 8}));
     host.Release(picture);
   });

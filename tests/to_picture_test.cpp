@@ -14,7 +14,7 @@ using refhost::IntArray;
 using refhost::MemoryBlock;
 using refhost::Picture;
 using refhost::PictureKind;
-using refhost::PictureSpec;
+using refhost::PictureSetup;
 using refhost::Rgba;
 
 namespace {
@@ -73,15 +73,15 @@ Rgba ColourOf(const ColourMethod& method, const uint8_t* pixel) {
 
 // The four bytes an opaque pixel of `colour` has in `picture`, as the test knows the formats.
 std::vector<uint8_t> OpaqueBytes(const Picture& picture, Rgba colour) {
-  if (picture.spec().kind == PictureKind::TrueColor) return {colour.b, colour.g, colour.r, 0};
-  switch (picture.spec().alpha_info) {
+  if (picture.setup().kind == PictureKind::TrueColor) return {colour.b, colour.g, colour.r, 0};
+  switch (picture.setup().alpha_info) {
     case 2: case 4: case 6: return {255, colour.r, colour.g, colour.b};
     default: return {colour.r, colour.g, colour.b, 255};
   }
 }
 
 std::vector<uint8_t> BytesAt(const Picture& picture, int32_t x, int32_t y) {
-  const uint8_t* pixel = picture.spec().kind == PictureKind::TrueColor
+  const uint8_t* pixel = picture.setup().kind == PictureKind::TrueColor
                              ? reinterpret_cast<const uint8_t*>(&picture.image()->tpixels[y][x])
                              : picture.bitmap_row(y) + 4 * x;
   return {pixel, pixel + 4};
@@ -185,9 +185,9 @@ TEST(MemoryToPicture, DestinationReusedWhenLargeEnough) {
       if (method.shape != Shape::kDest) continue;
       for (const Case& c : {Case{100, 100, true}, Case{100, 5, false}, Case{10, 10, true}, Case{9, 40, false}}) {
         SCOPED_TRACE(method.name + " into " + std::to_string(c.destWidth) + "x" + std::to_string(c.destHeight));
-        PictureSpec spec;
-        spec.width = c.destWidth, spec.height = c.destHeight, spec.fill = Rgba{1, 2, 3, 4};
-        Picture* dest = host.NewPicture(spec);
+        PictureSetup setup;
+        setup.width = c.destWidth, setup.height = c.destHeight, setup.fill = Rgba{1, 2, 3, 4};
+        Picture* dest = host.NewPicture(setup);
         const std::vector<uint8_t> source = SourceBytes(method, 10, 10);
         MemoryBlock* block = SourceBlock(host, source, 0);
         Picture* picture = Returned(

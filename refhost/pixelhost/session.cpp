@@ -94,9 +94,9 @@ refhost::CallResult Session::Call(const refhost::RegisteredMethod& method, refho
 }
 
 refhost::Picture* Session::NewPicture(int32_t width, int32_t height, refhost::Rgba fill) {
-  refhost::PictureSpec spec = host_.HostPictureSpec(width, height);
-  spec.fill = fill;
-  return host_.NewPicture(spec);
+  refhost::PictureSetup setup = host_.HostPictureSpec(width, height);
+  setup.fill = fill;
+  return host_.NewPicture(setup);
 }
 
 std::string Complaints(const refhost::CallResult& result) {

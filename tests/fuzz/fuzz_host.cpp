@@ -88,22 +88,22 @@ std::string DescribeHostConfig(const refhost::HostConfig& config) {
 ProgramObjects DecodeObjects(FuzzedDataProvider& input, refhost::Host& host) {
   ProgramObjects objects;
   for (int count = input.ConsumeIntegralInRange(0, 4); count > 0; --count) {
-    refhost::PictureSpec spec;
-    spec.kind = input.PickValueInArray({PictureKind::Bitmap, PictureKind::TrueColor, PictureKind::Vector});
-    const int32_t smallest = spec.kind == PictureKind::Bitmap ? 0 : 1;  // gd makes no empty images
-    spec.width = input.ConsumeIntegralInRange(smallest, 12);
-    spec.height = input.ConsumeIntegralInRange(smallest, 12);
-    spec.alpha_info = input.ConsumeIntegralInRange<uint32_t>(0, 7);
-    spec.row_padding = input.ConsumeIntegralInRange(0, 7);
+    refhost::PictureSetup setup;
+    setup.kind = input.PickValueInArray({PictureKind::Bitmap, PictureKind::TrueColor, PictureKind::Vector});
+    const int32_t smallest = setup.kind == PictureKind::Bitmap ? 0 : 1;  // gd makes no empty images
+    setup.width = input.ConsumeIntegralInRange(smallest, 12);
+    setup.height = input.ConsumeIntegralInRange(smallest, 12);
+    setup.alpha_info = input.ConsumeIntegralInRange<uint32_t>(0, 7);
+    setup.row_padding = input.ConsumeIntegralInRange(0, 7);
     const auto flags = input.ConsumeIntegral<uint8_t>();
-    spec.has_alpha = flags & 1;
-    spec.palette = spec.kind == PictureKind::TrueColor && (flags & 2);
-    spec.true_color_flag = !(flags & 4);
-    spec.refuse_locks = flags & 8;
-    refhost::Picture* picture = host.NewPicture(spec);
+    setup.has_alpha = flags & 1;
+    setup.palette = setup.kind == PictureKind::TrueColor && (flags & 2);
+    setup.true_color_flag = !(flags & 4);
+    setup.refuse_locks = flags & 8;
+    refhost::Picture* picture = host.NewPicture(setup);
     const auto seed = input.ConsumeIntegral<uint32_t>();
-    for (int32_t y = 0; y < spec.height; ++y)
-      for (int32_t x = 0; x < spec.width; ++x) {
+    for (int32_t y = 0; y < setup.height; ++y)
+      for (int32_t x = 0; x < setup.width; ++x) {
         const uint32_t value = seed * static_cast<uint32_t>(x * 31 + y * 17 + 1);
         picture->SetPixel(x, y, {uint8_t(value >> 24), uint8_t(value >> 16), uint8_t(value >> 8), uint8_t(value)});
       }
@@ -133,12 +133,12 @@ refhost::MemoryBlock* DecodeBlock(FuzzedDataProvider& input, refhost::Host& host
 
 std::string DescribePicture(const refhost::Picture& picture) {
   static const char* const kKinds[] = {"bitmap", "true colour", "vector"};
-  const refhost::PictureSpec& spec = picture.spec();
+  const refhost::PictureSetup& setup = picture.setup();
   std::ostringstream text;
-  text << "picture #" << picture.id() << " " << spec.width << "x" << spec.height << " "
-       << kKinds[static_cast<int>(spec.kind)] << " (alpha info " << spec.alpha_info << (spec.has_alpha ? ", alpha" : "")
-       << (spec.refuse_locks ? ", refuses locks" : "") << (spec.palette ? ", palette" : "")
-       << (spec.true_color_flag ? "" : ", no true-colour flag") << ")";
+  text << "picture #" << picture.id() << " " << setup.width << "x" << setup.height << " "
+       << kKinds[static_cast<int>(setup.kind)] << " (alpha info " << setup.alpha_info << (setup.has_alpha ? ", alpha" : "")
+       << (setup.refuse_locks ? ", refuses locks" : "") << (setup.palette ? ", palette" : "")
+       << (setup.true_color_flag ? "" : ", no true-colour flag") << ")";
   return text.str();
 }
 

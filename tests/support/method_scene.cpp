@@ -12,7 +12,7 @@ using refhost::MemoryBlock;
 using refhost::ParamType;
 using refhost::Picture;
 using refhost::PictureKind;
-using refhost::PictureSpec;
+using refhost::PictureSetup;
 using refhost::Rgba;
 
 namespace pixeltest {
@@ -52,22 +52,22 @@ Rgba ColourAt(int32_t x, int32_t y) {
               static_cast<uint8_t>(x * 9 + y * 31 + 70), 255};
 }
 
-Picture* Painted(refhost::Host& host, PictureSpec spec) {
-  Picture* picture = host.NewPicture(spec);
-  for (int32_t y = 0; y < spec.height; ++y)
-    for (int32_t x = 0; x < spec.width; ++x) picture->SetPixel(x, y, ColourAt(x, y));
+Picture* Painted(refhost::Host& host, PictureSetup setup) {
+  Picture* picture = host.NewPicture(setup);
+  for (int32_t y = 0; y < setup.height; ++y)
+    for (int32_t x = 0; x < setup.width; ++x) picture->SetPixel(x, y, ColourAt(x, y));
   return picture;
 }
 
-PictureSpec SpecFor(refhost::HostKind kind, int32_t width, int32_t height, uint32_t alphaInfo) {
-  PictureSpec spec;
-  spec.width = width, spec.height = height;
+PictureSetup SpecFor(refhost::HostKind kind, int32_t width, int32_t height, uint32_t alphaInfo) {
+  PictureSetup setup;
+  setup.width = width, setup.height = height;
   if (kind == refhost::HostKind::Desktop) {
-    spec.alpha_info = alphaInfo, spec.has_alpha = alphaInfo <= 2, spec.row_padding = 4;
+    setup.alpha_info = alphaInfo, setup.has_alpha = alphaInfo <= 2, setup.row_padding = 4;
   } else {
-    spec.kind = PictureKind::TrueColor;
+    setup.kind = PictureKind::TrueColor;
   }
-  return spec;
+  return setup;
 }
 
 // FNV-1a over bytes.
@@ -101,7 +101,7 @@ MethodScene::MethodScene(refhost::Host& host) : host_(host) {
   receiver_ = Painted(host, SpecFor(kind, 5, 3, 6));
   mask_ = Painted(host, SpecFor(kind, 5, 3, 1));
   if (kind == refhost::HostKind::Desktop) {
-    PictureSpec vector;
+    PictureSetup vector;
     vector.kind = PictureKind::Vector, vector.width = 4, vector.height = 3;
     vector_ = Painted(host, vector);
   }
