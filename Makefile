@@ -1,5 +1,5 @@
 # pixelbridge: `make test` builds and tests both ABIs; `make demo` runs the main job.
-PACKAGES := cmake g++ g++-multilib qemu-user libgd-dev googletest libgtest-dev libyuv-dev \
+PACKAGES := cmake g++ g++-i686-linux-gnu libc6-i386 lib32stdc++6 qemu-user libgd-dev googletest libgtest-dev libyuv-dev \
             clang libclang-rt-14-dev
 JOBS ?= $(shell nproc)
 NATIVE := build/native
