@@ -1,20 +1,25 @@
-# pixelbridge: `make test` builds and tests both ABIs; `make demo` runs the main job.
-PACKAGES := cmake g++ g++-i686-linux-gnu libc6-i386 lib32stdc++6 qemu-user libgd-dev googletest libgtest-dev libyuv-dev \
-            clang libclang-rt-14-dev
+# pixelbridge: `make test` builds and tests all four ABIs; `make demo` runs the main job.
+PACKAGES := cmake g++ g++-i686-linux-gnu libc6-i386 lib32stdc++6 g++-aarch64-linux-gnu g++-arm-linux-gnueabihf \
+            qemu-user libgd-dev googletest libgtest-dev libyuv-dev clang libclang-rt-14-dev
 JOBS ?= $(shell nproc)
 NATIVE := build/native
 I386 := build/i386
+AARCH64 := build/aarch64
+ARMHF := build/armhf
 ASAN := build/asan
 FUZZ := build/fuzz
 FUZZ_SECONDS ?= 600
 
-.PHONY: all test demo bench deps native i386 test-native test-i386 sanitize fuzz fuzz-ci clean
+.PHONY: all test demo bench deps native i386 aarch64 armhf test-native test-i386 test-aarch64 test-armhf \
+        sanitize fuzz fuzz-ci clean
 
 all: native
 
 test: deps
 	$(MAKE) test-native
 	$(MAKE) test-i386
+	$(MAKE) test-aarch64
+	$(MAKE) test-armhf
 
 # Installs the Debian packages the build needs when run as root; otherwise names them.
 deps:
@@ -33,17 +38,35 @@ $(NATIVE)/CMakeCache.txt:
 $(I386)/CMakeCache.txt:
 	cmake -S . -B $(I386) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_TOOLCHAIN_FILE=cmake/i386-linux.cmake
 
+$(AARCH64)/CMakeCache.txt:
+	cmake -S . -B $(AARCH64) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux.cmake
+
+$(ARMHF)/CMakeCache.txt:
+	cmake -S . -B $(ARMHF) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_TOOLCHAIN_FILE=cmake/armhf-linux.cmake
+
 native: $(NATIVE)/CMakeCache.txt
 	cmake --build $(NATIVE) -j$(JOBS)
 
 i386: $(I386)/CMakeCache.txt
 	cmake --build $(I386) -j$(JOBS)
 
+aarch64: $(AARCH64)/CMakeCache.txt
+	cmake --build $(AARCH64) -j$(JOBS)
+
+armhf: $(ARMHF)/CMakeCache.txt
+	cmake --build $(ARMHF) -j$(JOBS)
+
 test-native: native
 	ctest --test-dir $(NATIVE) --output-on-failure -j$(JOBS)
 
 test-i386: i386
 	ctest --test-dir $(I386) --output-on-failure -j$(JOBS)
+
+test-aarch64: aarch64
+	ctest --test-dir $(AARCH64) --output-on-failure -j$(JOBS)
+
+test-armhf: armhf
+	ctest --test-dir $(ARMHF) --output-on-failure -j$(JOBS)
 
 # The x86-64 tests built with AddressSanitizer and UndefinedBehaviorSanitizer.
 $(ASAN)/CMakeCache.txt:

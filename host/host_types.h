@@ -58,8 +58,10 @@ struct TrueColorImage {
   int32_t** tpixels;  // sy row pointers, each to sx pixels (blue bits 0-7 ... alpha 24-30)
 };
 
-#if defined(__i386__)
-static_assert(sizeof(REALpictureDescription) == 24, "picture description is 24 bytes on i386");
+// The records of each ABI. Words of pointer size give 32-bit ARM the i386 layout, and
+// 64-bit ARM the x86-64 one.
+#if defined(__i386__) || defined(__arm__)
+static_assert(sizeof(REALpictureDescription) == 24, "picture description is 24 bytes on 32-bit ABIs");
 static_assert(offsetof(REALpictureDescription, data) == 4, "description data at byte 4");
 static_assert(offsetof(REALpictureDescription, width) == 8, "description width at byte 8");
 static_assert(offsetof(REALpictureDescription, height) == 12, "description height at byte 12");
@@ -67,6 +69,13 @@ static_assert(offsetof(TrueColorImage, sx) == 4 && offsetof(TrueColorImage, sy) 
               "image size at bytes 4 and 8");
 static_assert(offsetof(TrueColorImage, trueColor) == 7224, "true-colour flag at byte 7224");
 static_assert(offsetof(TrueColorImage, tpixels) == 7228, "row table at byte 7228");
-#elif defined(__x86_64__)
-static_assert(sizeof(REALpictureDescription) == 32, "picture description is 32 bytes on x86-64");
+#elif defined(__x86_64__) || defined(__aarch64__)
+static_assert(sizeof(REALpictureDescription) == 32, "picture description is 32 bytes on 64-bit ABIs");
+static_assert(offsetof(REALpictureDescription, data) == 8, "description data at byte 8");
+static_assert(offsetof(REALpictureDescription, width) == 16, "description width at byte 16");
+static_assert(offsetof(REALpictureDescription, height) == 20, "description height at byte 20");
+static_assert(offsetof(TrueColorImage, sx) == 8 && offsetof(TrueColorImage, sy) == 12,
+              "image size at bytes 8 and 12");
+static_assert(offsetof(TrueColorImage, trueColor) == 7248, "true-colour flag at byte 7248");
+static_assert(offsetof(TrueColorImage, tpixels) == 7256, "row table at byte 7256");
 #endif

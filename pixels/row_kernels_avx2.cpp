@@ -1,4 +1,6 @@
 // The row kernels built for AVX2.
+// (Empty on other processors: a universal macOS build compiles every file for each.)
+#if defined(__i386__) || defined(__x86_64__)
 #include <immintrin.h>
 
 #include "pixels/row_kernels.h"
@@ -10,3 +12,4 @@
 #pragma GCC pop_options
 
 extern const RowKernelSet kRowKernelsAVX2 = PIXELBRIDGE_ROW_KERNEL_SET;
+#endif

@@ -1,4 +1,6 @@
 // The row kernels built for AVX512.
+// (Empty on other processors: a universal macOS build compiles every file for each.)
+#if defined(__i386__) || defined(__x86_64__)
 // GCC 12's own 512-bit intrinsics trip its uninitialised-value warnings (their "undefined"
 // vectors); nothing of this file's is concerned.
 #pragma GCC diagnostic ignored "-Wuninitialized"
@@ -14,3 +16,4 @@
 #pragma GCC pop_options
 
 extern const RowKernelSet kRowKernelsAVX512 = PIXELBRIDGE_ROW_KERNEL_SET;
+#endif

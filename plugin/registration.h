@@ -1,8 +1,8 @@
 // Registration records handed to the host, the plug-in's method tables and the
 // process-global facts that the entry point settles.
 //
-// Every record is a run of words: 32 bits on i386 (the sizes below), pointer-sized
-// everywhere, so on x86-64 each record is twice as large.
+// Every record is a run of words: 32 bits on i386 and 32-bit ARM (the sizes below),
+// pointer-sized everywhere, so on x86-64 and 64-bit ARM each record is twice as large.
 #pragma once
 
 #include <cstddef>
@@ -62,12 +62,18 @@ static_assert(offsetof(REALclassDefinition, methods) == 9 * sizeof(RecordWord) &
                   offsetof(REALclassDefinition, flags) == 20 * sizeof(RecordWord) &&
                   offsetof(REALclassDefinition, secondMethodCount) == 24 * sizeof(RecordWord),
               "class words in place");
-#if defined(__i386__)
+#if defined(__i386__) || defined(__arm__)
 static_assert(sizeof(REALmethodDefinition) == 24 && offsetof(REALmethodDefinition, flags) == 12,
               "method record: 24 bytes, flags at 12");
 static_assert(sizeof(REALproperty) == 48 && offsetof(REALproperty, flags) == 12,
               "property record: 48 bytes, flags at 12");
 static_assert(sizeof(REALclassDefinition) == 100, "class record: 100 bytes");
+#elif defined(__x86_64__) || defined(__aarch64__)
+static_assert(sizeof(REALmethodDefinition) == 48 && offsetof(REALmethodDefinition, flags) == 24,
+              "method record: 48 bytes, flags at 24");
+static_assert(sizeof(REALproperty) == 96 && offsetof(REALproperty, flags) == 24,
+              "property record: 96 bytes, flags at 24");
+static_assert(sizeof(REALclassDefinition) == 200, "class record: 200 bytes");
 #endif
 
 constexpr int kGlobalMethodCount = 32;
