@@ -9,9 +9,13 @@ constexpr uint8_t kZero = 0x80;  // a shuffle index that gives 0
 }  // namespace
 
 // Each SIMD level's set, defined in its own translation unit.
+#if defined(__i386__) || defined(__x86_64__)
 extern const RowKernelSet kRowKernelsSSSE3;
 extern const RowKernelSet kRowKernelsAVX2;
 extern const RowKernelSet kRowKernelsAVX512;
+#elif defined(__aarch64__) || defined(__arm__)
+extern const RowKernelSet kRowKernelsNEON;
+#endif
 
 namespace {
 void MakeRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns) {
@@ -39,7 +43,12 @@ void MakeRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns
     if (inside) patterns->wideTaken |= uint64_t{1} << byte;
     if (++k == out) k = 0, ++pixel;
   }
-  if (level != SimdLevel::kAVX512 || in < 3 || out < 3) return;
+#if defined(__i386__) || defined(__x86_64__)
+  const bool pairs = level == SimdLevel::kAVX512;
+#else
+  const bool pairs = false;  // NEON takes its 16-byte pairs from the wide patterns
+#endif
+  if (!pairs || in < 3 || out < 3) return;
   // Sixty-four pixels: each 64-byte output vector from the pair of input vectors it spans.
   for (int vector = 0; vector < out; ++vector) patterns->pairTaken[vector] = 0;
   for (int pixel = 0; pixel < 64; ++pixel) {
@@ -129,6 +138,8 @@ const RowKernelSet& RowKernelsFor(SimdLevel level) {
     case SimdLevel::kSSSE3: return kRowKernelsSSSE3;
     default: break;
   }
+#elif defined(__aarch64__) || defined(__arm__)
+  if (level == SimdLevel::kNEON) return kRowKernelsNEON;
 #else
   (void)level;
 #endif

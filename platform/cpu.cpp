@@ -1,8 +1,12 @@
-// SIMD level detection with CPUID and, before any AVX level, XGETBV.
+// SIMD level detection: CPUID and, before any AVX level, XGETBV on x86; on ARM, NEON is part
+// of every 64-bit processor and a feature bit the kernel reports on 32-bit ones.
 #include "platform/cpu.h"
 
 #if defined(__i386__) || defined(__x86_64__)
 #include <cpuid.h>
+#elif defined(__arm__) && defined(__linux__)
+#include <asm/hwcap.h>
+#include <sys/auxv.h>
 #endif
 
 namespace {
@@ -33,11 +37,15 @@ SimdLevel Detect() {
   if (!avx2) return SimdLevel::kSSSE3;
   return avx512 ? SimdLevel::kAVX512 : SimdLevel::kAVX2;
 }
+#elif defined(__aarch64__)
+SimdLevel Detect() { return SimdLevel::kNEON; }
+#elif defined(__arm__) && defined(__linux__)
+SimdLevel Detect() { return getauxval(AT_HWCAP) & HWCAP_NEON ? SimdLevel::kNEON : SimdLevel::kScalar; }
 #else
 SimdLevel Detect() { return SimdLevel::kScalar; }
 #endif
 
-SimdLevel gCap = SimdLevel::kAVX512;
+SimdLevel gCap = SimdLevel::kWidest;
 
 }  // namespace
 
@@ -52,3 +60,13 @@ SimdLevel ActiveSimdLevel() {
 }
 
 void CapSimdLevel(SimdLevel cap) { gCap = cap; }
+
+const char* SimdLevelName(SimdLevel level) {
+#if defined(__aarch64__) || defined(__arm__)
+  static const char* const kNames[] = {"scalar", "NEON"};
+#else
+  static const char* const kNames[] = {"scalar", "SSSE3", "AVX2", "AVX-512"};
+#endif
+  const int index = static_cast<int>(level);
+  return index >= 0 && index <= static_cast<int>(SimdLevel::kWidest) ? kNames[index] : "unknown";
+}

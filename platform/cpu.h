@@ -1,11 +1,19 @@
 // Which SIMD instruction sets the row kernels may use: found once, capped by tests.
 #pragma once
 
+// Levels are numbered from 0, the plain kernels, up to the widest this processor family
+// has; tests force each level in turn by its number.
 enum class SimdLevel : int {
   kScalar = 0,
+#if defined(__aarch64__) || defined(__arm__)
+  kNEON = 1,  // 16-byte vectors with byte table lookups and (de)interleaving loads and stores
+  kWidest = kNEON,
+#else
   kSSSE3 = 1,   // byte shuffles on 16 bytes
   kAVX2 = 2,    // the same on 32 bytes
   kAVX512 = 3,  // 64 bytes, with byte permutes across the whole vector (BW and VBMI)
+  kWidest = kAVX512,
+#endif
 };
 
 // What the processor and the operating system support.
@@ -14,3 +22,5 @@ SimdLevel DetectedSimdLevel();
 SimdLevel ActiveSimdLevel();
 // Lowers the level the kernels use (a test seam; the detected level is never raised).
 void CapSimdLevel(SimdLevel cap);
+// The level's name, for messages.
+const char* SimdLevelName(SimdLevel level);

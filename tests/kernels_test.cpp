@@ -12,10 +12,7 @@
 
 namespace {
 
-const char* Name(SimdLevel level) {
-  static const char* const kNames[] = {"scalar", "SSSE3", "AVX2", "AVX-512"};
-  return kNames[static_cast<int>(level)];
-}
+const char* Name(SimdLevel level) { return SimdLevelName(level); }
 
 std::vector<SimdLevel> Levels() {
   static const bool told = [] {
