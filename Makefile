@@ -32,17 +32,22 @@ deps:
 	  else echo "missing packages:$$missing (run make as root to install them)"; exit 1; fi; \
 	fi
 
+# The emulated trees keep line tables only: full debug information costs a third of their
+# build time, and their failures are read from the tests' output and backtraces.
+CROSS_CONFIG := -DCMAKE_BUILD_TYPE=RelWithDebInfo "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O2 -g1 -DNDEBUG" \
+                "-DCMAKE_C_FLAGS_RELWITHDEBINFO=-O2 -g1 -DNDEBUG"
+
 $(NATIVE)/CMakeCache.txt:
 	cmake -S . -B $(NATIVE) -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
 $(I386)/CMakeCache.txt:
-	cmake -S . -B $(I386) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_TOOLCHAIN_FILE=cmake/i386-linux.cmake
+	cmake -S . -B $(I386) $(CROSS_CONFIG) -DCMAKE_TOOLCHAIN_FILE=cmake/i386-linux.cmake
 
 $(AARCH64)/CMakeCache.txt:
-	cmake -S . -B $(AARCH64) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux.cmake
+	cmake -S . -B $(AARCH64) $(CROSS_CONFIG) -DCMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux.cmake
 
 $(ARMHF)/CMakeCache.txt:
-	cmake -S . -B $(ARMHF) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_TOOLCHAIN_FILE=cmake/armhf-linux.cmake
+	cmake -S . -B $(ARMHF) $(CROSS_CONFIG) -DCMAKE_TOOLCHAIN_FILE=cmake/armhf-linux.cmake
 
 native: $(NATIVE)/CMakeCache.txt
 	cmake --build $(NATIVE) -j$(JOBS)
