@@ -174,23 +174,4 @@ TEST(Kernels, KeptPatternsFollowTheMap) {
   }
 }
 
-// The plain kernels themselves, on pixels worked out by hand.
-TEST(Kernels, PlainKernelsOnKnownPixels) {
-  const uint8_t argbPixel[4] = {0x11, 0x22, 0x33, 0x44};  // alpha first: A, R, G, B
-  uint8_t out[4] = {9, 9, 9, 9};
-  CopyRow(CopyKind::kFourBytes, PlanCopyRow(copy_layouts::kBGRA, FormatGroup::kAlphaFirst, FormatGroup::kNone, 0x80, 0),
-          SimdLevel::kScalar)(argbPixel, nullptr, out, 1);
-  EXPECT_EQ(std::vector<uint8_t>(out, out + 4), (std::vector<uint8_t>{0x44, 0x33, 0x22, 0x80}));
-  CopyRow(CopyKind::kKeepPad, PlanCopyRow(copy_layouts::kXRGB, FormatGroup::kRowTable, FormatGroup::kNone, 0, 0),
-          SimdLevel::kScalar)(argbPixel, nullptr, out, 1);  // row table: B, G, R, alpha
-  EXPECT_EQ(std::vector<uint8_t>(out, out + 4), (std::vector<uint8_t>{0x44, 0x33, 0x22, 0x11}));
-
-  const uint8_t rgb[3] = {0x10, 0x20, 0x30};
-  PictureRowPlan plan = PlanPictureRow(FormatGroup::kRowTable);
-  plan.stride = 3, plan.red = 0, plan.green = 1, plan.blue = 2;
-  uint8_t pixel[4] = {};
-  PictureRow(plan, SimdLevel::kScalar)(rgb, pixel, 1);
-  EXPECT_EQ(std::vector<uint8_t>(pixel, pixel + 4), (std::vector<uint8_t>{0x30, 0x20, 0x10, 0x00}));
-}
-
 }  // namespace

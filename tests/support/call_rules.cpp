@@ -45,9 +45,15 @@ std::vector<std::string> BrokenRules(const refhost::CallResult& result) {
   return broken;
 }
 
+std::string NameLetters(const std::string& method) {
+  if (method.find("Gray") != std::string::npos) return "Gray";
+  const size_t start = method.rfind("Copy", 0) == 0 ? 4 : method.rfind("Ptr", 0) == 0 ? 3 : std::string("Memoryblock").size();
+  return method.substr(start, method.find("to", start) - start);
+}
+
 int64_t SourceBytesRead(const std::string& method, int64_t offset, int64_t width, int64_t height,
                         int64_t pixelByteSize) {
-  const bool gray = method.find("Gray") != std::string::npos;
+  const bool gray = NameLetters(method) == "Gray";
   if (offset < 0 || width < 1 || height < 1 || (gray && pixelByteSize < 1)) return -1;
   // offset + count × step + last, or INT64_MAX when that doesn't fit.
   auto extent = [offset](int64_t count, int64_t step, int64_t last) {
@@ -55,9 +61,7 @@ int64_t SourceBytesRead(const std::string& method, int64_t offset, int64_t width
   };
   // Gray samples lie PixelByteSize apart and only their first byte is read.
   if (gray) return extent(width * height - 1, pixelByteSize, 1);
-  // "PtrRGBtoPictureQZV", "MemoryblockARGBtoPictureQZV": the layout's letters are its bytes.
-  const size_t start = method.rfind("Ptr", 0) == 0 ? 3 : std::string("Memoryblock").size();
-  return extent(width * height, static_cast<int64_t>(method.find("to", start) - start), 0);
+  return extent(width * height, static_cast<int64_t>(NameLetters(method).size()), 0);
 }
 
 }  // namespace pixeltest

@@ -23,6 +23,10 @@ inline bool Failed(const refhost::CallResult& result) { return !result.boolean &
 // host reports itself, are not repeated here.
 std::vector<std::string> BrokenRules(const refhost::CallResult& result);
 
+// The bytes of a pixel as the method's name spells them, first byte first:
+// "CopyRGBAtoMemoryblockQZV" gives "RGBA", "PtrRtoPictureQZV" "R", the gray methods "Gray".
+std::string NameLetters(const std::string& method);
+
 // The bytes from a source's start that a memory-to-picture method named `method` reads for
 // these arguments, which its caller must supply (a Ptr carries no size); -1 when the
 // arguments are refused before anything is read.

@@ -1,4 +1,4 @@
-// Fork-per-case hosts for the tests.
+// Child processes and hosts for the tests.
 #include "tests/support/host_fixture.h"
 
 #include <sys/wait.h>
@@ -22,34 +22,26 @@
 
 namespace pixeltest {
 
-refhost::HostConfig PluginConfig() {
+refhost::HostConfig PluginConfig(refhost::HostKind kind) {
   refhost::HostConfig config;
   config.plugin_path = PIXELBRIDGE_PLUGIN;
+  config.kind = kind;
   return config;
 }
 
-refhost::HostConfig ProbeConfig() {
-  refhost::HostConfig config;
+refhost::HostConfig ProbeConfig(refhost::HostKind kind) {
+  refhost::HostConfig config = PluginConfig(kind);
   config.plugin_path = PIXELBRIDGE_PROBE;
   return config;
 }
 
-namespace {
-void RunChild(const refhost::HostConfig& config, bool start,
-              const std::function<void(refhost::Host&)>& body) {
+void InChild(const std::function<void()>& body) {
   fflush(stdout);
   fflush(stderr);
   const pid_t child = fork();
   ASSERT_NE(child, -1) << "fork failed";
   if (child == 0) {
-    {
-      refhost::Host host(config);
-      std::string error;
-      if (!(start ? host.Load(&error) : host.Open(&error)))
-        ADD_FAILURE() << error;
-      else
-        body(host);
-    }
+    body();
 #if PIXELTEST_LEAK_CHECK
     // The child leaves by _exit, which skips the sanitizer's leak check at exit.
     if (__lsan_do_recoverable_leak_check() != 0) ADD_FAILURE() << "the host process leaked memory (above)";
@@ -65,14 +57,21 @@ void RunChild(const refhost::HostConfig& config, bool start,
   else
     EXPECT_EQ(WEXITSTATUS(status), 0) << "the host process reported failures (above)";
 }
-}  // namespace
 
-void InHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body) {
-  RunChild(config, true, body);
+void WithHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body, bool start) {
+  refhost::Host host(config);
+  std::string error;
+  if (!host.Open(&error)) {
+    ADD_FAILURE() << error;
+    return;
+  }
+  if (auto reset = reinterpret_cast<void (*)()>(host.Symbol("PixelbridgeProbeReset"))) reset();
+  if (start) host.Start(&error);
+  body(host);
 }
 
-void InOpenedHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body) {
-  RunChild(config, false, body);
+void InHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body) {
+  InChild([&] { WithHost(config, body); });
 }
 
 void ExpectBalanced(const refhost::CallResult& result) {
