@@ -1,14 +1,26 @@
 // The 50 methods against the test's own account of them: every method on pictures of every
-// format at every SIMD level, and the case table of lines, pitches, masks, destinations,
-// tints, tables and failures (tests/data/calls.txt).
+// format at every SIMD level, the case table of lines, pitches, masks, destinations, tints,
+// tables, hosts and failures (tests/data/calls.txt), and what the host sees of pictures.
 #include "tests/support/host_fixture.h"
-#include "tests/support/method_calls.h"
 
 namespace {
 
 using pixeltest::kCopyCount;
 
-TEST(Methods, CaseTable) { pixeltest::RunCaseTable("calls.txt"); }
+// "host" lines start a host, other lines are calls on it.
+TEST(Methods, CaseTable) {
+  std::vector<std::pair<refhost::HostConfig, std::vector<std::string>>> hosts;
+  for (const std::string& line : pixeltest::DataLines("calls.txt")) {
+    if (line.rfind("host ", 0) == 0)
+      hosts.push_back({pixeltest::ParseHost(line, PIXELBRIDGE_PLUGIN), {}});
+    else
+      hosts.back().second.push_back(line);
+  }
+  for (const auto& [config, calls] : hosts)
+    pixeltest::InHost(config, [&](refhost::Host& host) {
+      for (const std::string& call : calls) pixeltest::ExpectCall(host, call);
+    });
+}
 
 // Copies take lines 1 to 3 of 4 from a picture of each format, with a gap after each line
 // and bytes before the offset; conversions make pictures of each format.
@@ -38,11 +50,53 @@ TEST(Methods, EveryMethodOnEveryPictureFormat) {
           SCOPED_TRACE(line);
           pixeltest::MethodCall call = pixeltest::ParseCall(line);
           call.spare = true;
-          pixeltest::RunCall(host, call);
+          pixeltest::ExpectCall(host, call);
         }
       });
     });
   }
+}
+
+// A copy's picture is locked, held, unlocked, given back; a new picture is made, locked,
+// held, handed back with a reference for the caller, unlocked, given back.
+TEST(Methods, HostCallsInOrder) {
+  pixeltest::InHost(pixeltest::PluginConfig(), [](refhost::Host& host) {
+    pixeltest::ExpectCall(host, "5 picture=2x2 AlphaValue=0 -> true");  // settles the host kind
+    host.ClearLog();
+    pixeltest::ExpectCall(host, "5 picture=2x2 AlphaValue=0 -> true");
+    EXPECT_EQ(host.CallNames(),
+              (std::vector<std::string>{"REALGetPropValueBool", "REALLockPictureDescription", "REALLockObject",
+                                        "memoryBlockGetPtr", "memoryBlockGetSize", "unlockPictureDescription",
+                                        "REALUnlockObject"}));
+    host.ClearLog();
+    pixeltest::ExpectCall(host, "30 width=3 height=2 -> picture");
+    EXPECT_EQ(host.CallNames(),
+              (std::vector<std::string>{"newPicture", "REALGetPropValueBool", "REALLockPictureDescription",
+                                        "REALLockObject", "REALUnlockObject", "REALLockObject", "REALPictureClearCache",
+                                        "unlockPictureDescription", "REALPictureClearCache", "REALUnlockObject"}));
+  });
+}
+
+// Without DrawPicture nor a true-colour rendering to lend, a copy of a vector picture stays
+// as the host made it (white).
+TEST(Methods, CopyOfAPictureTheHostCantDrawNorLend) {
+  pixeltest::InHost(pixeltest::ParseHost("host desktop version=2011 no-draw", PIXELBRIDGE_PLUGIN), [](refhost::Host& host) {
+    const pixeltest::CallOutcome ran = pixeltest::ExpectCall(host, "1 picture=6x3:vector");
+    EXPECT_TRUE(ran.result.boolean && ran.result.problems.empty());
+    EXPECT_EQ(std::vector<uint8_t>(ran.bytes.begin(), ran.bytes.end() - 1), std::vector<uint8_t>(6 * 3 * 3, 255));
+    EXPECT_EQ(host.CallCount("unlockPictureDescription"), 3) << "after the refused bitmap and true-colour locks, and its own";
+  });
+}
+
+// A host that answers for no application class is asked again at each open, three classes
+// each time, until a granted lock settles its kind.
+TEST(Methods, HostKindAskedUntilALockIsGranted) {
+  pixeltest::InHost(pixeltest::ParseHost("host desktop lacking=pluginObjectType", PIXELBRIDGE_PLUGIN), [](refhost::Host& host) {
+    pixeltest::ExpectCall(host, "1 picture=2x2:alpha:refuse -> false");
+    pixeltest::ExpectCall(host, "1 picture=2x2 -> true");
+    pixeltest::ExpectCall(host, "1 picture=2x2 -> true");
+    EXPECT_EQ(host.LookupCount("pluginObjectType"), 6);
+  });
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 // them yielding in turn), on other pictures and on the picture being copied; every call
 // finishes with the bytes and pictures it would have made alone.
 #include "tests/support/host_fixture.h"
-#include "tests/support/method_calls.h"
 
 using pixeltest::ParseCall;
 using refhost::Host;
@@ -25,21 +24,21 @@ TEST(Reentrancy, OtherMethodsRunWhileACopyYields) {
               << "the yielding copy keeps its pictures open";
           if (depth == 1 && !innermostRan) {
             innermostRan = true;
-            pixeltest::RunCall(host, ParseCall("46 width=2 height=2 -> picture"));
+            pixeltest::ExpectCall(host, "46 width=2 height=2 -> picture");
           }
           if (depth > 0 || nestedRan) return;
           nestedRan = true;
           ++depth;
-          pixeltest::RunCall(host, ParseCall("14 picture=3x2 Yield=1 -> true"));  // yields in turn
-          pixeltest::RunCall(host, ParseCall("40 dest=4x4 width=2 height=2 -> dest"));
+          pixeltest::ExpectCall(host, "14 picture=3x2 Yield=1 -> true");  // yields in turn
+          pixeltest::ExpectCall(host, "40 dest=4x4 width=2 height=2 -> dest");
           pixeltest::MethodCall again = ParseCall("17 PixelByteSize=1 -> true");  // the picture being copied
           again.objects["picture"] = picture;
-          pixeltest::RunCall(host, again);
+          pixeltest::ExpectCall(host, again);
           --depth;
         };
         pixeltest::MethodCall outer = ParseCall("8 Yield=1 -> true");
         outer.objects = {{"picture", picture}, {"MaskForAlpha", mask}};
-        pixeltest::RunCall(host, outer);
+        pixeltest::ExpectCall(host, outer);
         EXPECT_TRUE(nestedRan && innermostRan);
         EXPECT_GE(yields, 2);
         host.Release(picture);

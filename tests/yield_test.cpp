@@ -1,7 +1,6 @@
 // Yield pacing by ticks and milliseconds, the clocks behind it, and copies that yield.
 #include "platform/clock.h"
 #include "tests/support/host_fixture.h"
-#include "tests/support/method_calls.h"
 
 using pixeltest::InHost;
 using pixeltest::Probe;
@@ -59,21 +58,6 @@ TEST(Yield, TicksAndMillisecondsPaceTheYields) {
   });
 }
 
-TEST(Yield, HostWithoutYieldStillMovesTheLastYield) {
-  refhost::HostConfig config = pixeltest::ProbeConfig();
-  config.missing.insert("REALYieldToRB");
-  InHost(config, [](Host& host) {
-    void* data = Probe<void* (*)(int32_t)>(host, "PixelbridgeProbeNewYield")(6);
-    for (uint32_t ticks : {100u, 103u, 107u}) {
-      Probe<void (*)(uint32_t, int32_t)>(host, "PixelbridgeProbeSetClock")(ticks, 0);
-      Probe<void (*)(void*)>(host, "PixelbridgeProbeDoYield")(data);
-    }
-    EXPECT_EQ(Probe<int32_t (*)(void*)>(host, "PixelbridgeProbeYieldLast")(data), 107);
-    EXPECT_EQ(host.LookupCount("REALYieldToRB"), 2);
-    Probe<void (*)(void*)>(host, "PixelbridgeProbeFreeYield")(data);
-  });
-}
-
 // Yield 0 never yields nor reads a clock; otherwise a copy yields between lines, with the
 // picture and the mask still open.
 TEST(Yield, CopiesYieldBetweenLinesWithPicturesOpen) {
@@ -90,7 +74,7 @@ TEST(Yield, CopiesYieldBetweenLinesWithPicturesOpen) {
       };
       pixeltest::MethodCall call = pixeltest::ParseCall("8 Yield=" + std::to_string(yield) + " -> true");
       call.objects = {{"picture", picture}, {"MaskForAlpha", mask}};
-      pixeltest::RunCall(host, call);
+      pixeltest::ExpectCall(host, call);
       EXPECT_EQ(yields, yield == 0 ? 0 : 1);
       EXPECT_EQ(Probe<int (*)()>(host, "PixelbridgeProbeClockReads")(), yield == 0 ? 0 : 4 + yields)
           << "one read a line, one more after each yield";

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
 
 #include "platform/cpu.h"
 
@@ -88,13 +87,15 @@ void ForEachSimdLevel(refhost::Host& host, const std::function<void()>& body) {
   }
 }
 
-std::vector<std::string> DataLines(const std::string& file) {
-  std::ifstream in(std::string(PIXELBRIDGE_TEST_DATA) + "/" + file);
-  EXPECT_TRUE(in.good()) << "cannot read test data " << file;
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(in, line);)
-    if (!line.empty() && line[0] != '#') lines.push_back(line);
-  return lines;
+CallOutcome ExpectCall(refhost::Host& host, const MethodCall& call) {
+  CallOutcome outcome = RunCall(host, call);
+  for (const std::string& rule : outcome.broken) ADD_FAILURE() << rule;
+  return outcome;
+}
+
+CallOutcome ExpectCall(refhost::Host& host, const std::string& line) {
+  SCOPED_TRACE(line);
+  return ExpectCall(host, ParseCall(line));
 }
 
 }  // namespace pixeltest

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "refhost/host.h"
+#include "tests/support/method_calls.h"
 
 namespace pixeltest {
 
@@ -41,7 +42,8 @@ Function Probe(refhost::Host& host, const char* name) {
 // kernels held to that level.
 void ForEachSimdLevel(refhost::Host& host, const std::function<void()>& body);
 
-// Lines of a data file under tests/data, without blank and comment lines.
-std::vector<std::string> DataLines(const std::string& file);
+// Runs the call (tests/support/method_calls.h) and fails the case for every rule it broke.
+CallOutcome ExpectCall(refhost::Host& host, const MethodCall& call);
+CallOutcome ExpectCall(refhost::Host& host, const std::string& line);
 
 }  // namespace pixeltest
