@@ -83,16 +83,16 @@ ProgramObjects DecodeObjects(FuzzedDataProvider& input, refhost::Host& host) {
   ProgramObjects objects;
   for (int count = input.ConsumeIntegralInRange(0, 4); count > 0; --count) {
     const int kind = input.ConsumeIntegralInRange(0, 2);  // gd makes no empty images
-    std::string spec = std::to_string(input.ConsumeIntegralInRange(kind == 0 ? 0 : 1, 12)) + "x" +
+    std::string spelling = std::to_string(input.ConsumeIntegralInRange(kind == 0 ? 0 : 1, 12)) + "x" +
                        std::to_string(input.ConsumeIntegralInRange(kind == 0 ? 0 : 1, 12)) +
                        (kind == 0 ? ":bitmap" : kind == 1 ? ":truecolour" : ":vector") +
                        ":format" + std::to_string(input.ConsumeIntegralInRange(0, 7)) +
                        ":pad" + std::to_string(input.ConsumeIntegralInRange(0, 7));
     const auto flags = input.ConsumeIntegral<uint8_t>();
     for (const auto& [bit, option] : {std::pair{1, ":alpha"}, {2, ":palette"}, {4, ":noflag"}, {8, ":refuse"}})
-      if ((flags & bit) && (bit != 2 || kind == 1)) spec += option;
-    objects.pictures.push_back(pixeltest::NewPicture(host, spec));
-    objects.described[objects.pictures.back()] = "picture #" + std::to_string(objects.pictures.back()->id()) + " " + spec;
+      if ((flags & bit) && (bit != 2 || kind == 1)) spelling += option;
+    objects.pictures.push_back(pixeltest::NewPicture(host, spelling));
+    objects.described[objects.pictures.back()] = "picture #" + std::to_string(objects.pictures.back()->id()) + " " + spelling;
   }
   for (int count = input.ConsumeIntegralInRange(0, 4); count > 0; --count) {
     static const size_t kSizes[] = {0, 1, 2, 3, 4, 7, 8, 12, 16, 31, 48, 64, 100, 255, 256, 1000, 4096};

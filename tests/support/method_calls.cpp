@@ -61,12 +61,12 @@ std::vector<std::string> Split(const std::string& text, char separator) {
 
 int32_t Integer(const std::string& text) { return static_cast<int32_t>(std::strtoll(text.c_str(), nullptr, 0)); }
 
-refhost::PictureSetup SetupOf(const std::string& spec, refhost::HostKind host) {
+refhost::PictureSetup SetupOf(const std::string& spelling, refhost::HostKind host) {
   refhost::PictureSetup setup;
   if (host != refhost::HostKind::Desktop) setup.kind = PictureKind::TrueColor;
-  const std::vector<std::string> parts = Split(spec, ':');
+  const std::vector<std::string> parts = Split(spelling, ':');
   if (parts.empty() || sscanf(parts[0].c_str(), "%dx%d", &setup.width, &setup.height) != 2)
-    throw std::invalid_argument("picture " + spec);
+    throw std::invalid_argument("picture " + spelling);
   for (size_t i = 1; i < parts.size(); ++i) {
     const std::string& option = parts[i];
     const auto number = [&](const char* prefix) { return Integer(option.substr(strlen(prefix))); };
@@ -474,8 +474,8 @@ MethodCall ParseCall(const std::string& line) {
 
 CallOutcome RunCall(refhost::Host& host, const MethodCall& call) { return Run(host, call).Go(); }
 
-Picture* NewPicture(refhost::Host& host, const std::string& spec, bool mask) {
-  Picture* picture = host.NewPicture(SetupOf(spec, host.config().kind));
+Picture* NewPicture(refhost::Host& host, const std::string& spelling, bool mask) {
+  Picture* picture = host.NewPicture(SetupOf(spelling, host.config().kind));
   for (int32_t y = 0; y < picture->height(); ++y)
     for (int32_t x = 0; x < picture->width(); ++x) picture->SetPixel(x, y, mask ? MaskAt(x, y) : ColourAt(x, y));
   return picture;

@@ -78,6 +78,6 @@ CallOutcome RunCall(refhost::Host& host, const MethodCall& call);
 
 // A picture of the host's by the spelling above, painted by position (`mask`: with the
 // mask's pattern), with one reference for the caller.
-refhost::Picture* NewPicture(refhost::Host& host, const std::string& spec, bool mask = false);
+refhost::Picture* NewPicture(refhost::Host& host, const std::string& spelling, bool mask = false);
 
 }  // namespace pixeltest
