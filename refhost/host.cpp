@@ -344,7 +344,7 @@ CallResult Host::Call(const std::string& declaration, std::vector<Arg> args) {
   const RegisteredMethod* method = nullptr;
   bool receiver = false;
   for (const RegisteredMethod& candidate : picture_methods_)
-    if (candidate.declaration == declaration) method = &candidate, receiver = true;
+    if (!method && candidate.declaration == declaration) method = &candidate, receiver = true;
   for (const RegisteredMethod& candidate : global_methods_)
     if (!method && candidate.declaration == declaration) method = &candidate;
   if (method == nullptr) {
