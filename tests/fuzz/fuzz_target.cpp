@@ -208,14 +208,15 @@ class CallRunner {
     call.spare = true, call.keepPixels = false;
     call.shared = !nested && pending_ > 0;
     const char* prefix = nested ? "  during a yield: " : "";
+    if (echo_) fprintf(stderr, "%s%s\n", prefix, Describe(call).c_str());
     if (madeToFit && !call.args.count("source") && read > kLargestSource) {
-      if (echo_) fprintf(stderr, "%s%s (not called: its caller can't back a source that large)\n", prefix, Describe(call).c_str());
+      if (echo_) fprintf(stderr, "%s  not called: its caller can't back a source that large\n", prefix);
     } else {
       const pixeltest::CallOutcome outcome = pixeltest::RunCall(host_, call);
       for (const auto* rules : {&outcome.broken, &outcome.result.problems})
         for (const std::string& rule : *rules) broken_ += (broken_.empty() ? "" : "; ") + rule;
       if (echo_)
-        fprintf(stderr, "%s%s -> %s%s\n", prefix, Describe(call).c_str(),
+        fprintf(stderr, "%s  -> %s%s\n", prefix,
                 outcome.result.called ? (outcome.failed ? "failed" : "done") : outcome.result.error.c_str(),
                 outcome.exception.empty() ? "" : (", raised " + outcome.exception).c_str());
     }
