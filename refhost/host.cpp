@@ -5,8 +5,9 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
-#include <map>
+#include <deque>
 #include <sstream>
+#include <string_view>
 
 #include "refhost/host_function_table.h"
 
@@ -173,14 +174,19 @@ Picture* Host::MakeHostPicture(int32_t width, int32_t height) {
 
 // A method record's function (word 0), declaration (word 2) and flags (word 3).
 RegisteredMethod Host::ReadMethod(const uintptr_t* words) {
-  static std::unordered_map<std::string, std::optional<Declaration>> known;
+  static std::deque<std::pair<std::string, std::optional<Declaration>>> kept;
+  static std::unordered_map<std::string_view, const std::pair<std::string, std::optional<Declaration>>*> known;
   static const Declaration kUnparsed;
   const char* text = reinterpret_cast<const char*>(words[2]);
   auto found = known.find(text);
   std::string error;
-  if (found == known.end()) found = known.emplace(text, ParseDeclaration(text, &error)).first;
-  if (!found->second) Problem("the declaration \"" + found->first + "\" doesn't parse" + (error.empty() ? "" : ": " + error));
-  return {reinterpret_cast<void*>(words[0]), found->first, words[3], found->second ? *found->second : kUnparsed};
+  if (found == known.end()) {
+    kept.emplace_back(text, ParseDeclaration(text, &error));
+    found = known.emplace(kept.back().first, &kept.back()).first;
+  }
+  const auto& [declaration, parsed] = *found->second;
+  if (!parsed) Problem("the declaration \"" + declaration + "\" doesn't parse" + (error.empty() ? "" : ": " + error));
+  return {reinterpret_cast<void*>(words[0]), declaration, words[3], parsed ? *parsed : kUnparsed};
 }
 
 void Host::CaptureMethod(const void* record) {
@@ -370,6 +376,7 @@ CallResult Host::Call(const std::string& declaration, std::vector<Arg> args) {
   }
   std::vector<uintptr_t> words(params.size());
   std::vector<ParamType> types;
+  types.reserve(params.size());
   for (size_t i = 0; i < params.size(); ++i) {
     if (!ToWord(*params[i], args[i], &words[i], &failed.error)) return failed;
     types.push_back(params[i]->type);

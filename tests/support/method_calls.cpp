@@ -158,10 +158,12 @@ class Run {
     }
     for (size_t i = 0; i < params_.size(); ++i)
       ints_[i] = texts_[i] ? Integer(*texts_[i]) : params_[i].default_value ? refhost::DefaultArg(params_[i])->integer : 0;
+    offset_ = Int("offset"), width_ = Int("width"), height_ = Int("height"), pixelByteSize_ = Int("PixelByteSize");
   }
 
   CallOutcome Go() {
     std::vector<Arg> args;
+    args.reserve(params_.size());
     for (const refhost::Parameter& param : params_) args.push_back(Argument(param));
     if (copy_) ExpectCopy(); else ExpectPicture();
     for (size_t i = 0; i < params_.size(); ++i)
@@ -195,12 +197,12 @@ class Run {
     }
     Expect(outcome.exception.empty() || outcome.failed, "raised an exception but didn't fail");
     Expect(call_.shared || !outcome.failed || outcome.untouched, "failed, but wrote");
-    const size_t offset = std::min<size_t>(std::max(Int("offset"), 0), blockBefore.size());
+    const size_t offset = std::min<size_t>(std::max(offset_, 0), blockBefore.size());
     Expect(call_.shared || outcome.failed || std::equal(blockBefore.begin(), blockBefore.begin() + offset, outcome.bytes.begin()),
            "wrote before the offset");
     const bool given = std::any_of(call_.objects.begin(), call_.objects.end(), [&](auto& o) { return o.second == returned; });
-    Expect(!returned || (returned == dest_ ? returned->width() >= Int("width") && returned->height() >= Int("height")
-                                           : returned->width() == Int("width") && returned->height() == Int("height") && !given),
+    Expect(!returned || (returned == dest_ ? returned->width() >= width_ && returned->height() >= height_
+                                           : returned->width() == width_ && returned->height() == height_ && !given),
            "returned a picture of another size, or one it was given");
     if (expected_.kind != Expected::kUnchecked) {
       for (const std::string& problem : outcome.result.problems) Expect(false, problem);
@@ -277,7 +279,7 @@ class Run {
       uint8_t* bytes = block->data();
       const size_t size = copy_ ? 0 : block->size(), alpha = letters_.find('A');
       for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<uint8_t>(i * 53 + 17);
-      for (size_t at = std::max(Int("offset"), 0) + alpha; alpha != std::string::npos && at < size; at += letters_.size()) bytes[at] = 0;
+      for (size_t at = std::max(offset_, 0) + alpha; alpha != std::string::npos && at < size; at += letters_.size()) bytes[at] = 0;
     }
     (copy_ ? block_ : source_) = block;
     return param.type == ParamType::Ptr ? Arg::Ptr(block ? block->data() : nullptr) : Arg(block);
@@ -296,13 +298,13 @@ class Run {
       if (letter == 'X' || (letter == 'A' && littleEndian && (Int("AlphaValue") < 0 || Int("AlphaValue") > 255))) letter = 'x';
       if (letter == 'A') letter = Index("MaskForAlpha") >= 0 ? 'm' : 'a';
     }
-    const int64_t bpp = letters_.size() == 1 ? Int("PixelByteSize") : static_cast<int64_t>(letters_.size());
+    const int64_t bpp = letters_.size() == 1 ? pixelByteSize_ : static_cast<int64_t>(letters_.size());
     const Picture* shape = mask_ != nullptr ? mask_ : receiver_;
     const int64_t lineBytes = shape != nullptr ? shape->width() * bpp : 0;
     const int64_t pitch = std::max<int64_t>(lineBytes, Int("DestRowBytes"));
     const int32_t first = expected_.allLines ? 0 : expected_.first;
     const int32_t last = expected_.allLines ? (shape != nullptr ? shape->height() - 1 : -1) : expected_.last;
-    const int64_t lines = std::max(last - first + 1, 0), offset = std::max(Int("offset"), 0);
+    const int64_t lines = std::max(last - first + 1, 0), offset = std::max(offset_, 0);
     needed_ = lines > 0 ? offset + (lines - 1) * pitch + lineBytes : 16;
     if (expected_.kind != Expected::kWritten) return;
     bytes_.assign(BlockSize("destination"), kFill);
@@ -329,13 +331,13 @@ class Run {
   void ExpectPicture() {
     gray_ = NameLetters(name_) == "Gray";
     letters_ = gray_ ? "v" : Index("LittleEndian") >= 0 ? (Int("LittleEndian") != 0 ? "BGRA" : "ARGB") : NameLetters(name_);
-    const int64_t read = SourceBytesRead(name_, Int("offset"), Int("width"), Int("height"), Int("PixelByteSize"));
+    const int64_t read = SourceBytesRead(name_, offset_, width_, height_, pixelByteSize_);
     needed_ = read >= 0 && read < (int64_t{1} << 32) ? read : 16;
   }
 
   Rgba ExpectedPixel(int32_t x, int32_t y) {
-    const int32_t width = Int("width"), height = Int("height");
-    const uint8_t* source = source_->data() + Int("offset");
+    const int32_t width = width_, height = height_;
+    const uint8_t* source = source_->data() + offset_;
     if (!gray_) {
       const int32_t row = Int("FlipVertically") != 0 ? height - 1 - y : y;
       const uint8_t* pixel = source + (int64_t{row} * width + x) * static_cast<int64_t>(letters_.size());
@@ -347,7 +349,7 @@ class Run {
       }
       return colour;
     }
-    const int v = source[(int64_t{y} * width + x) * Int("PixelByteSize")];
+    const int v = source[(int64_t{y} * width + x) * pixelByteSize_];
     uint8_t channel[3] = {uint8_t(v), uint8_t(v), uint8_t(v)};
     const char* names[] = {"Red", "Blue", "Green"};  // in declared order: red, green, blue
     for (int k = 0; k < 3; ++k) {
@@ -373,7 +375,7 @@ class Run {
       return Expect(differs.first == bytes_.end(), "byte " + std::to_string(differs.first - bytes_.begin()) + " differs");
     }
     auto* picture = static_cast<Picture*>(outcome.result.picture);
-    const int32_t width = Int("width"), height = Int("height");
+    const int32_t width = width_, height = height_;
     if (picture == nullptr) return;
     Expect((picture == dest_) == (expected_.kind == Expected::kDest), "the destination, or not");
     Expect(picture == dest_ || destAfter == destBefore, "a destination too small changed");
@@ -395,6 +397,7 @@ class Run {
   const std::vector<refhost::Parameter>& params_;
   std::vector<const std::string*> texts_;
   std::vector<int32_t> ints_;
+  int32_t offset_, width_, height_, pixelByteSize_;  // read at every call
   std::string letters_;
   Picture *receiver_ = nullptr, *mask_ = nullptr, *dest_ = nullptr;
   MemoryBlock *block_ = nullptr, *source_ = nullptr;

@@ -6,7 +6,7 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
+#include <unordered_map>
 #include <string>
 #include <vector>
 
@@ -50,9 +50,9 @@ refhost::HostConfig ParseHost(const std::string& line, const std::string& plugin
 //                              one, but for a block too small for a copy)
 struct MethodCall {
   int number = 0;
-  std::map<std::string, std::string> args;
+  std::unordered_map<std::string, std::string> args;
   std::string expected;                            // empty: only the rules of every call
-  std::map<std::string, refhost::Object*> objects;  // arguments given as objects, by name
+  std::unordered_map<std::string, refhost::Object*> objects;  // arguments given as objects, by name
   bool spare = false;   // arguments the method doesn't take are left out, not an error
   bool shared = false;  // other calls run during it and may write its objects
   bool keepPixels = true;  // the outcome keeps the returned picture's pixels
