@@ -260,6 +260,11 @@ std::string RunInput(const uint8_t* data, size_t size, bool echo) {
 
 }  // namespace
 
+// Allocations keep no stack: the host and the checks allocate at every call, and recording
+// where costs a fifth of the fuzzer's time. ASAN_OPTIONS=malloc_context_size=30 brings the
+// stacks back when reproducing a crash.
+extern "C" const char* __asan_default_options() { return "malloc_context_size=0"; }
+
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
   void* probe = dlopen(PIXELBRIDGE_PROBE, RTLD_NOW | RTLD_LOCAL);
   if (probe != nullptr) gReset = reinterpret_cast<void (*)()>(dlsym(probe, "PixelbridgeProbeReset"));

@@ -164,10 +164,10 @@ class Run {
   CallOutcome Go() {
     std::vector<Arg> args;
     args.reserve(params_.size());
-    for (const refhost::Parameter& param : params_) args.push_back(Argument(param));
+    for (size_t i = 0; i < params_.size(); ++i) args.push_back(Argument(i));
     if (copy_) ExpectCopy(); else ExpectPicture();
     for (size_t i = 0; i < params_.size(); ++i)
-      if (params_[i].type == ParamType::MemoryBlock || params_[i].type == ParamType::Ptr) args[i] = Block(params_[i]);
+      if (params_[i].type == ParamType::MemoryBlock || params_[i].type == ParamType::Ptr) args[i] = Block(i);
     const std::vector<uint8_t> blockBefore = BlockBytes();
     const std::vector<Rgba> destBefore = PixelsOf(dest_);
     std::map<std::string, int> before;
@@ -245,9 +245,11 @@ class Run {
     return object;
   }
 
-  // The argument for `param`; blocks, whose size depends on the rest, come later.
-  Arg Argument(const refhost::Parameter& param) {
-    const std::string& text = Text(param.name);
+  // The argument for parameter i; blocks, whose size depends on the rest, come later.
+  Arg Argument(size_t i) {
+    const refhost::Parameter& param = params_[i];
+    static const std::string kNone;
+    const std::string& text = texts_[i] ? *texts_[i] : kNone;
     const auto given = call_.objects.find(param.name);
     switch (param.type) {
       case ParamType::Picture: {
@@ -263,18 +265,19 @@ class Run {
         for (const std::string& value : Split(text == "empty" ? "" : text, ',')) values.push_back(Integer(value));
         return Made(host_.NewIntArray(values));
       }
-      case ParamType::Integer: return Int(param.name);
-      case ParamType::Boolean: return Arg::Bool(Int(param.name));
+      case ParamType::Integer: return ints_[i];
+      case ParamType::Boolean: return Arg::Bool(ints_[i]);
       default: return nullptr;
     }
   }
 
   // A copy's destination block (filled with kFill), or a source: bytes by position, but 0
   // for the alpha bytes that no method reads.
-  Arg Block(const refhost::Parameter& param) {
+  Arg Block(size_t i) {
+    const refhost::Parameter& param = params_[i];
     const auto given = call_.objects.find(param.name);
     MemoryBlock* block = given != call_.objects.end() ? static_cast<MemoryBlock*>(given->second) : nullptr;
-    if (given == call_.objects.end() && Text(param.name) != "nil") {
+    if (given == call_.objects.end() && !(texts_[i] && *texts_[i] == "nil")) {
       block = Made(host_.NewMemoryBlock(BlockSize(param.name), kFill));
       uint8_t* bytes = block->data();
       const size_t size = copy_ ? 0 : block->size(), alpha = letters_.find('A');
