@@ -5,8 +5,9 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
-#include <map>
+#include <deque>
 #include <sstream>
+#include <string_view>
 
 #include "refhost/host_function_table.h"
 
@@ -36,13 +37,17 @@ std::string Describe(const Object& object) {
 }  // namespace
 
 struct Host::Audit {
-  std::map<int, std::pair<int, int>> held;  // id → references, locks
+  struct Held {
+    const void* handle;
+    int id, refs, locks;
+  };
+  std::vector<Held> held;
   int last_id = 0;
 };
 
 Host::Host(HostConfig config) : config_(std::move(config)) {
   if (gCurrentHost != nullptr) {
-    fprintf(stderr, "refhost: only one host per process\n");
+    fprintf(stderr, "refhost: one host at a time\n");
     abort();
   }
   gCurrentHost = this;
@@ -85,8 +90,8 @@ void* Host::Symbol(const char* name) const {
 
 void* Host::Resolve(const char* name) {
   void* address = nullptr;
-  if (name != nullptr && config_.missing.count(name) == 0)
-    address = HostFunctionAddress(name, config_.failing.count(name) != 0);
+  if (name != nullptr && (config_.missing.empty() || config_.missing.count(name) == 0))
+    address = HostFunctionAddress(name, !config_.failing.empty() && config_.failing.count(name) != 0);
   if (!config_.quiet) log_.push_back({true, name != nullptr ? name : "(null)", address != nullptr, 0});
   return address;
 }
@@ -169,15 +174,19 @@ Picture* Host::MakeHostPicture(int32_t width, int32_t height) {
 
 // A method record's function (word 0), declaration (word 2) and flags (word 3).
 RegisteredMethod Host::ReadMethod(const uintptr_t* words) {
-  RegisteredMethod method;
-  method.function = reinterpret_cast<void*>(words[0]);
-  method.declaration = reinterpret_cast<const char*>(words[2]);
-  method.flags = words[3];
+  static std::deque<std::pair<std::string, std::optional<Declaration>>> kept;
+  static std::unordered_map<std::string_view, const std::pair<std::string, std::optional<Declaration>>*> known;
+  static const Declaration kUnparsed;
+  const char* text = reinterpret_cast<const char*>(words[2]);
+  auto found = known.find(text);
   std::string error;
-  auto parsed = ParseDeclaration(method.declaration, &error);
-  if (!parsed) Problem(error);
-  else method.parsed = *parsed;
-  return method;
+  if (found == known.end()) {
+    kept.emplace_back(text, ParseDeclaration(text, &error));
+    found = known.emplace(kept.back().first, &kept.back()).first;
+  }
+  const auto& [declaration, parsed] = *found->second;
+  if (!parsed) Problem("the declaration \"" + declaration + "\" doesn't parse" + (error.empty() ? "" : ": " + error));
+  return {reinterpret_cast<void*>(words[0]), declaration, words[3], parsed ? *parsed : kUnparsed};
 }
 
 void Host::CaptureMethod(const void* record) {
@@ -227,10 +236,9 @@ std::vector<std::string> Host::CallNames() const {
 
 Host::Audit Host::Snapshot() const {
   Audit audit;
-  for (const auto& entry : objects_) {
-    const Object& object = *entry.second;
-    audit.held[object.id()] = {object.refs(), object.locks()};
-  }
+  audit.held.reserve(objects_.size());
+  for (const auto& entry : objects_)
+    audit.held.push_back({entry.first, entry.second->id(), entry.second->refs(), entry.second->locks()});
   audit.last_id = next_id_ - 1;
   return audit;
 }
@@ -254,26 +262,24 @@ void Host::Finish(const Audit& before, CallResult& result) {
   }
   raised_.clear();
 
-  std::map<int, Object*> now;
-  for (const auto& entry : objects_) now[entry.second->id()] = entry.second.get();
-  for (const auto& held : before.held) {
-    auto found = now.find(held.first);
-    if (found == now.end()) {
-      Problem("object #" + std::to_string(held.first) + " was freed by the call");
+  for (const Audit::Held& held : before.held) {
+    const auto found = objects_.find(held.handle);
+    if (found == objects_.end() || found->second->id() != held.id) {
+      Problem("object #" + std::to_string(held.id) + " was freed by the call");
       continue;
     }
     const Object& object = *found->second;
-    const int expected = held.second.first + (&object == result.picture ? 1 : 0);
+    const int expected = held.refs + (&object == result.picture ? 1 : 0);
     if (object.refs() != expected)
       Problem(Describe(object) + " holds " + std::to_string(object.refs()) + " references, expected " +
               std::to_string(expected));
-    if (object.locks() != held.second.second)
+    if (object.locks() != held.locks)
       Problem(Describe(object) + " holds " + std::to_string(object.locks()) + " pixel locks, expected " +
-              std::to_string(held.second.second));
+              std::to_string(held.locks));
   }
-  for (const auto& entry : now) {
+  for (const auto& entry : objects_) {
     const Object& object = *entry.second;
-    if (entry.first <= before.last_id) continue;
+    if (object.id() <= before.last_id) continue;
     if (&object == result.picture) {
       if (object.refs() != 1 || object.locks() != 0)
         Problem("returned " + Describe(object) + " holds " + std::to_string(object.refs()) +
@@ -283,8 +289,8 @@ void Host::Finish(const Audit& before, CallResult& result) {
               std::to_string(object.refs()) + " references");
     }
   }
-  for (const auto& entry : now)
-    if (auto* block = dynamic_cast<MemoryBlock*>(entry.second); block && !block->SlackIntact())
+  for (const auto& entry : objects_)
+    if (auto* block = dynamic_cast<MemoryBlock*>(entry.second.get()); block && !block->SlackIntact())
       Problem("bytes before " + Describe(*block) + " were written");
   result.problems.insert(result.problems.end(), problems_.begin(), problems_.end());
   problems_.clear();
@@ -344,33 +350,36 @@ CallResult Host::Call(const std::string& declaration, std::vector<Arg> args) {
   const RegisteredMethod* method = nullptr;
   bool receiver = false;
   for (const RegisteredMethod& candidate : picture_methods_)
-    if (candidate.declaration == declaration) method = &candidate, receiver = true;
+    if (!method && candidate.declaration == declaration) method = &candidate, receiver = true;
   for (const RegisteredMethod& candidate : global_methods_)
     if (!method && candidate.declaration == declaration) method = &candidate;
   if (method == nullptr) {
     failed.error = "no method registered as \"" + declaration + "\"";
     return failed;
   }
-  std::vector<Parameter> params;
-  if (receiver) params.push_back({"(receiver)", ParamType::Picture, std::nullopt});
-  params.insert(params.end(), method->parsed.params.begin(), method->parsed.params.end());
+  static const Parameter kReceiver{"(receiver)", ParamType::Picture, std::nullopt};
+  std::vector<const Parameter*> params;
+  params.reserve(method->parsed.params.size() + 1);
+  if (receiver) params.push_back(&kReceiver);
+  for (const Parameter& param : method->parsed.params) params.push_back(&param);
   if (args.size() > params.size()) {
     failed.error = "too many arguments for \"" + declaration + "\"";
     return failed;
   }
   for (size_t i = args.size(); i < params.size(); ++i) {
-    auto fallback = DefaultArg(params[i]);
+    auto fallback = DefaultArg(*params[i]);
     if (!fallback) {
-      failed.error = "no argument for parameter \"" + params[i].name + "\", which has no default";
+      failed.error = "no argument for parameter \"" + params[i]->name + "\", which has no default";
       return failed;
     }
     args.push_back(*fallback);
   }
   std::vector<uintptr_t> words(params.size());
   std::vector<ParamType> types;
+  types.reserve(params.size());
   for (size_t i = 0; i < params.size(); ++i) {
-    if (!ToWord(params[i], args[i], &words[i], &failed.error)) return failed;
-    types.push_back(params[i].type);
+    if (!ToWord(*params[i], args[i], &words[i], &failed.error)) return failed;
+    types.push_back(params[i]->type);
   }
   bool booleanResult = method->parsed.result == ParamType::Boolean;
   std::string error;

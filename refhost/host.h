@@ -1,6 +1,7 @@
 // The reference host: loads the plug-in as the real host does, offers every host function
 // through its resolver, keeps count of references and locks, and calls registered methods
-// by their declarations. One host per process (the plug-in's entry point runs once).
+// by their declarations. One host at a time: a new one may follow once the previous one is
+// gone, provided the plug-in's globals were put back first (its probe build can do that).
 #pragma once
 
 #include <cstdint>
@@ -75,11 +76,12 @@ struct CallResult {
 };
 
 // A registered method as the host captured it.
+// Declarations are kept and parsed once per process: hosts that follow one another share them.
 struct RegisteredMethod {
-  void* function = nullptr;
-  std::string declaration;
-  uintptr_t flags = 0;
-  Declaration parsed;
+  void* function;
+  const std::string& declaration;
+  uintptr_t flags;
+  const Declaration& parsed;  // empty when the declaration doesn't parse
 };
 
 class Host {
@@ -89,7 +91,7 @@ class Host {
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
-  // The one host of this process, if any.
+  // The host of this process, if any.
   static Host* Current();
 
   const HostConfig& config() const { return config_; }

@@ -1,6 +1,8 @@
 // Every host function of the plug-in interface, as the reference host implements it.
 #include <climits>
 #include <cstring>
+#include <string_view>
+#include <unordered_map>
 
 #include "host/host_function_list.h"
 #include "refhost/failing_functions.h"
@@ -210,9 +212,15 @@ void* HostFunctionAddress(const char* name, bool failing) {
       PIXELBRIDGE_DIRECT_HOST_FUNCTIONS(PIXELBRIDGE_HOST_ENTRY)
       PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELBRIDGE_HOST_ENTRY)};
 #undef PIXELBRIDGE_HOST_ENTRY
-  for (const Entry& entry : kTable)
-    if (strcmp(entry.name, name) == 0) return failing ? entry.failing : entry.address;
-  return nullptr;
+  // By name, hashed: plug-ins look their functions up anew for every host.
+  static const std::unordered_map<std::string_view, const Entry*> kByName = [] {
+    std::unordered_map<std::string_view, const Entry*> byName;
+    for (const Entry& entry : kTable) byName[entry.name] = &entry;
+    return byName;
+  }();
+  const auto found = kByName.find(name);
+  if (found == kByName.end()) return nullptr;
+  return failing ? found->second->failing : found->second->address;
 }
 
 }  // namespace refhost

@@ -1,29 +1,79 @@
 // Host fault injection: for every host function in turn, a host that lacks it and, for
-// those that answer, a host whose function fails. Every method still returns; calls the
-// fault can't reach give what they give on a sound host, the others fail cleanly (or, where
-// the host's answer only shapes the result, give another result) and nothing leaks.
+// those that answer, a host whose function fails. Every method, called soundly, with a nil
+// receiver or source and (desktop) on a picture that must be drawn to be read, still
+// returns; calls the fault can't reach give what they give on a sound host, the others
+// fail cleanly (or, where the host's answer only shapes the result, give another result)
+// and nothing leaks.
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdio>
-#include <map>
 #include <type_traits>
 
 #include <gtest/gtest-spi.h>
 
 #include "host/host_function_list.h"
-#include "tests/support/call_rules.h"
 #include "tests/support/host_fixture.h"
-#include "tests/support/method_scene.h"
 
-using pixeltest::MethodScene;
-using pixeltest::Outcome;
-using pixeltest::SceneCall;
+using pixeltest::CallOutcome;
+using pixeltest::MethodCall;
 using refhost::Host;
 using refhost::HostConfig;
 using refhost::HostKind;
 
 namespace {
+
+// What a call needs of the host, as far as a fault can take it away.
+enum Touch : unsigned {
+  kOpens = 1u << 0,         // opens a picture
+  kBlockAddress = 1u << 1,  // asks for a memory block's address
+  kBlockSize = 1u << 2,     // asks for a memory block's size
+  kNewPicture = 1u << 3,    // makes a new picture
+  kDrawnCopy = 1u << 4,     // reads a picture through a drawn copy
+  kDest = 1u << 5,          // writes into a destination picture
+  kArrays = 1u << 6,        // reads integer arrays
+  kRaises = 1u << 7,        // raises an exception for a nil argument
+  kGlobal = 1u << 8,        // a global method
+  kOfPicture = 1u << 9,     // a method of "Picture"
+};
+
+struct SceneCall {
+  std::string line;
+  unsigned touches;
+  MethodCall call;
+};
+
+// Every method soundly, with a nil argument, and on desktop hosts copying a vector picture.
+std::vector<SceneCall> Scene(HostKind kind) {
+  const std::string picture = kind == HostKind::Desktop ? "5x3:pad4" : "5x3";
+  std::vector<SceneCall> scene;
+  for (int number = 1; number <= pixeltest::kMethodCount; ++number) {
+    const std::string declaration = pixeltest::DeclarationOf(number);
+    const bool copy = number <= pixeltest::kCopyCount, fromBlock = declaration.find("as memoryblock") != std::string::npos;
+    const bool arrays = declaration.find("Red()") != std::string::npos;
+    const bool dest = declaration.find("dest as") != std::string::npos;
+    std::string args = std::to_string(number) + " offset=3 PixelByteSize=2 LittleEndian=1 ";
+    args += copy ? "MaskForAlpha=" + picture + ":alpha:format1 AlphaValue=0x80 Yield=-1 picture="
+                 : std::string("dest=8x6 width=4 height=3 FlipVertically=1 ") +
+                       (arrays ? "Red=255,128,7,0,1000 Blue=0,10,-7 Green=empty" : "Red=300 Blue=128 Green=256") + " source=";
+    const unsigned sound = copy ? kOpens | kBlockAddress | kBlockSize
+                                : kOpens | (dest ? kDest : kNewPicture) | (fromBlock ? kBlockAddress | kBlockSize : 0u) |
+                                      (arrays ? kArrays : 0u);
+    const unsigned method = copy ? kOfPicture : kGlobal;
+    const auto add = [&](const std::string& line, unsigned touches) {
+      scene.push_back({line, method | touches, pixeltest::ParseCall(line)});
+      scene.back().call.spare = true;
+    };
+    add(args + (copy ? picture : ""), sound);
+    add(args + "nil", kRaises);
+    if (copy && kind == HostKind::Desktop) add(args + "4x3:vector", sound | kDrawnCopy);
+  }
+  return scene;
+}
+
+CallOutcome Run(Host& host, const MethodCall& call) {
+  pixeltest::Probe<void (*)(uint32_t, int32_t)>(host, "PixelbridgeProbeSetClock")(100000, 100000);  // a yield due
+  return pixeltest::RunCall(host, call);
+}
 
 enum class Fault { kMissing, kFailing };
 
@@ -58,7 +108,6 @@ struct Effect {
   bool leaks;
 };
 
-using namespace pixeltest;  // NOLINT: the Touch bits
 const Effect kEffects[] = {
     {"PluginRegisterMethod", true, true, kGlobal, 0, false},
     {"PluginRegisterClassExtension", true, true, kOfPicture, 0, false},
@@ -90,76 +139,44 @@ Effect EffectOf(const FaultCase& fault) {
   return {fault.function, false, false, 0, 0, false};
 }
 
-HostConfig ConfigFor(HostKind kind) {
-  HostConfig config = pixeltest::PluginConfig();
-  config.kind = kind;
-  return config;
-}
-
-// The scene on a sound host, run once per kind: every sound call succeeds, every nil
-// argument raises. Its outcomes come back from the host process through a file.
-const std::vector<Outcome>& SoundOutcomes(HostKind kind) {
-  static std::map<HostKind, std::vector<Outcome>> outcomes;
-  if (outcomes.count(kind) != 0) return outcomes[kind];
-  FILE* file = tmpfile();
-  pixeltest::InHost(ConfigFor(kind), [&](Host& host) {
-    MethodScene scene(host);
-    for (const pixeltest::PlannedCall& call : scene.Plan()) {
-      SCOPED_TRACE(MethodScene::Describe(call));
-      const SceneCall ran = scene.Run(call);
-      pixeltest::ExpectBalanced(ran.result);
-      for (const std::string& rule : pixeltest::BrokenRules(ran.result)) ADD_FAILURE() << rule;
-      EXPECT_EQ(ran.outcome.failed, call.nilArgument);
-      EXPECT_EQ(ran.outcome.exception.empty(), !call.nilArgument);
-      fprintf(file, "%d %llu %s\n", ran.outcome.failed ? 1 : 0, static_cast<unsigned long long>(ran.outcome.digest),
-              ran.outcome.exception.c_str());
-    }
-    fflush(file);
-  });
-  rewind(file);
-  std::vector<Outcome>& sound = outcomes[kind];
-  char line[512];
-  while (fgets(line, sizeof line, file) != nullptr) {
-    int failed = 0, exceptionAt = 0;
-    unsigned long long digest = 0;
-    if (sscanf(line, "%d %llu %n", &failed, &digest, &exceptionAt) < 2) break;
-    std::string exception = line + exceptionAt;
-    if (!exception.empty() && exception.back() == '\n') exception.pop_back();
-    sound.push_back({failed != 0, exception, digest});
-  }
-  fclose(file);
-  return sound;
-}
-
+// The scene on a sound host, where every sound call succeeds and every nil argument raises,
+// then on the faulty one, in the same host process.
 void ExpectDegradesGracefully(const FaultCase& fault, HostKind kind) {
-  const std::vector<Outcome>& sound = SoundOutcomes(kind);
-  HostConfig config = ConfigFor(kind);
-  (fault.fault == Fault::kMissing ? config.missing : config.failing).insert(fault.function);
+  const std::vector<SceneCall> scene = Scene(kind);
   const Effect effect = EffectOf(fault);
-  pixeltest::InHost(config, [&](Host& host) {
-    MethodScene scene(host);
-    const std::vector<pixeltest::PlannedCall> plan = scene.Plan();
-    ASSERT_EQ(plan.size(), sound.size());
-    for (size_t i = 0; i < plan.size(); ++i) {
-      SCOPED_TRACE(MethodScene::Describe(plan[i]));
-      const SceneCall ran = scene.Run(plan[i]);
-      if (ran.touches & effect.breaks & (kGlobal | kOfPicture)) {
-        EXPECT_FALSE(ran.result.called) << "registered without the host function";
-        continue;
+  pixeltest::InChild([&] {
+    std::vector<CallOutcome> sound;
+    pixeltest::WithHost(pixeltest::ProbeConfig(kind), [&](Host& host) {
+      for (const SceneCall& call : scene) {
+        SCOPED_TRACE(call.line);
+        sound.push_back(Run(host, call.call));
+        pixeltest::ExpectBalanced(sound.back().result);
+        for (const std::string& rule : sound.back().broken) ADD_FAILURE() << rule;
+        EXPECT_EQ(sound.back().failed, (call.touches & kRaises) != 0);
+        EXPECT_EQ(sound.back().exception.empty(), (call.touches & kRaises) == 0);
       }
-      for (const std::string& rule : pixeltest::BrokenRules(ran.result)) ADD_FAILURE() << rule;
-      if (!(effect.leaks && (ran.touches & kRaises))) pixeltest::ExpectBalanced(ran.result);
-      if ((ran.touches & (effect.breaks | effect.changes)) == 0) {
-        EXPECT_TRUE(ran.outcome == sound[i]) << "differs from a sound host: " << ran.outcome.exception;
-        continue;
+    });
+    HostConfig config = pixeltest::ProbeConfig(kind);
+    (fault.fault == Fault::kMissing ? config.missing : config.failing).insert(fault.function);
+    pixeltest::WithHost(config, [&](Host& host) {
+      for (size_t i = 0; i < scene.size(); ++i) {
+        SCOPED_TRACE(scene[i].line);
+        const unsigned touches = scene[i].touches;
+        const CallOutcome ran = Run(host, scene[i].call);
+        if (touches & effect.breaks & (kGlobal | kOfPicture)) {
+          EXPECT_FALSE(ran.result.called) << "registered without the host function";
+          continue;
+        }
+        for (const std::string& rule : ran.broken) ADD_FAILURE() << rule;
+        if (!(effect.leaks && (touches & kRaises))) pixeltest::ExpectBalanced(ran.result);
+        if ((touches & (effect.breaks | effect.changes)) == 0) {
+          EXPECT_TRUE(ran.failed == sound[i].failed && ran.exception == sound[i].exception && ran.bytes == sound[i].bytes)
+              << "differs from a sound host: " << ran.exception;
+          continue;
+        }
+        EXPECT_TRUE(ran.failed || !(sound[i].failed || (touches & effect.breaks)));
       }
-      if (sound[i].failed || (ran.touches & effect.breaks)) {
-        EXPECT_TRUE(ran.outcome.failed);
-      }
-      if (ran.outcome.failed) {
-        EXPECT_TRUE(ran.memoryUntouched) << "failed, but wrote";
-      }
-    }
+    });
   });
 }
 
@@ -181,10 +198,8 @@ INSTANTIATE_TEST_SUITE_P(EveryHostFunction, HostFaults, testing::ValuesIn(AllFau
 // The test process notices a host process that ends the way a sanitizer's report ends it
 // (exit status 1) or that dies of a signal.
 TEST(HostProcess, ReportsAndCrashesOfTheHostFailTheCase) {
-  EXPECT_NONFATAL_FAILURE(pixeltest::InHost(pixeltest::PluginConfig(), [](Host&) { _exit(1); }),
-                          "the host process reported failures");
-  EXPECT_NONFATAL_FAILURE(pixeltest::InHost(pixeltest::PluginConfig(), [](Host&) { raise(SIGKILL); }),
-                          "the host process died of signal 9");
+  EXPECT_NONFATAL_FAILURE(pixeltest::InChild([] { _exit(1); }), "the host process reported failures");
+  EXPECT_NONFATAL_FAILURE(pixeltest::InChild([] { raise(SIGKILL); }), "the host process died of signal 9");
 }
 
 }  // namespace

@@ -27,3 +27,8 @@ PROBE void PixelbridgeProbeSetClock(uint32_t ticks, int32_t milliseconds) {
 }
 
 PROBE int PixelbridgeProbeClockReads() { return gReads; }
+
+void ResetProbeClock() {
+  PixelbridgeProbeSetClock(0, 0);
+  gReads = 0;
+}

@@ -1,11 +1,10 @@
-// Fork-per-case hosts for the tests.
+// Child processes and hosts for the tests.
 #include "tests/support/host_fixture.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
 
 #include "platform/cpu.h"
 
@@ -22,34 +21,26 @@
 
 namespace pixeltest {
 
-refhost::HostConfig PluginConfig() {
+refhost::HostConfig PluginConfig(refhost::HostKind kind) {
   refhost::HostConfig config;
   config.plugin_path = PIXELBRIDGE_PLUGIN;
+  config.kind = kind;
   return config;
 }
 
-refhost::HostConfig ProbeConfig() {
-  refhost::HostConfig config;
+refhost::HostConfig ProbeConfig(refhost::HostKind kind) {
+  refhost::HostConfig config = PluginConfig(kind);
   config.plugin_path = PIXELBRIDGE_PROBE;
   return config;
 }
 
-namespace {
-void RunChild(const refhost::HostConfig& config, bool start,
-              const std::function<void(refhost::Host&)>& body) {
+void InChild(const std::function<void()>& body) {
   fflush(stdout);
   fflush(stderr);
   const pid_t child = fork();
   ASSERT_NE(child, -1) << "fork failed";
   if (child == 0) {
-    {
-      refhost::Host host(config);
-      std::string error;
-      if (!(start ? host.Load(&error) : host.Open(&error)))
-        ADD_FAILURE() << error;
-      else
-        body(host);
-    }
+    body();
 #if PIXELTEST_LEAK_CHECK
     // The child leaves by _exit, which skips the sanitizer's leak check at exit.
     if (__lsan_do_recoverable_leak_check() != 0) ADD_FAILURE() << "the host process leaked memory (above)";
@@ -65,14 +56,21 @@ void RunChild(const refhost::HostConfig& config, bool start,
   else
     EXPECT_EQ(WEXITSTATUS(status), 0) << "the host process reported failures (above)";
 }
-}  // namespace
 
-void InHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body) {
-  RunChild(config, true, body);
+void WithHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body, bool start) {
+  refhost::Host host(config);
+  std::string error;
+  if (!host.Open(&error)) {
+    ADD_FAILURE() << error;
+    return;
+  }
+  if (auto reset = reinterpret_cast<void (*)()>(host.Symbol("PixelbridgeProbeReset"))) reset();
+  if (start) host.Start(&error);
+  body(host);
 }
 
-void InOpenedHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body) {
-  RunChild(config, false, body);
+void InHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body) {
+  InChild([&] { WithHost(config, body); });
 }
 
 void ExpectBalanced(const refhost::CallResult& result) {
@@ -89,13 +87,15 @@ void ForEachSimdLevel(refhost::Host& host, const std::function<void()>& body) {
   }
 }
 
-std::vector<std::string> DataLines(const std::string& file) {
-  std::ifstream in(std::string(PIXELBRIDGE_TEST_DATA) + "/" + file);
-  EXPECT_TRUE(in.good()) << "cannot read test data " << file;
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(in, line);)
-    if (!line.empty() && line[0] != '#') lines.push_back(line);
-  return lines;
+CallOutcome ExpectCall(refhost::Host& host, const MethodCall& call) {
+  CallOutcome outcome = RunCall(host, call);
+  for (const std::string& rule : outcome.broken) ADD_FAILURE() << rule;
+  return outcome;
+}
+
+CallOutcome ExpectCall(refhost::Host& host, const std::string& line) {
+  SCOPED_TRACE(line);
+  return ExpectCall(host, ParseCall(line));
 }
 
 }  // namespace pixeltest

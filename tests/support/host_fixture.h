@@ -1,26 +1,31 @@
-// Runs each case in a child process with its own reference host and a freshly loaded
-// plug-in, since the plug-in's entry point runs once per process.
+// Hosts for the tests: each case runs in a child process of its own, where hosts follow one
+// another with the plug-in's globals put back in between.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "refhost/host.h"
+#include "tests/support/method_calls.h"
 
 namespace pixeltest {
 
 // The plug-in as shipped, and the same code with the test probe (fake clock, allocation
-// failures, entry points to its units).
-refhost::HostConfig PluginConfig();
-refhost::HostConfig ProbeConfig();
+// failures, the reset and entry points to its units), on a host of this kind.
+refhost::HostConfig PluginConfig(refhost::HostKind kind = refhost::HostKind::Desktop);
+refhost::HostConfig ProbeConfig(refhost::HostKind kind = refhost::HostKind::Desktop);
 
-// Loads the plug-in in a fresh process with `config` and runs `body` there. A crash in the
-// child fails the case with its signal.
+// Runs `body` in a child process; a crash there fails the case with its signal, and so do
+// leaks under the sanitizers.
+void InChild(const std::function<void()>& body);
+// In this process: a host with `config` loads the plug-in, puts its globals back (probe
+// build), starts it unless `start` is false, and runs `body`.
+void WithHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body, bool start = true);
+// Both: one host in a child process.
 void InHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body);
-// The same, with the plug-in opened but its entry point not yet called.
-void InOpenedHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body);
 
 // A call ran, and left every reference and lock as it found them.
 void ExpectBalanced(const refhost::CallResult& result);
@@ -34,10 +39,11 @@ Function Probe(refhost::Host& host, const char* name) {
 }
 
 // Runs `body` once for each SIMD level the kernels may use here, with the probe build's
-// kernels held to that level (the plug-in must be the probe build).
+// kernels held to that level.
 void ForEachSimdLevel(refhost::Host& host, const std::function<void()>& body);
 
-// Lines of a data file under tests/data, without comment lines.
-std::vector<std::string> DataLines(const std::string& file);
+// Runs the call (tests/support/method_calls.h) and fails the case for every rule it broke.
+CallOutcome ExpectCall(refhost::Host& host, const MethodCall& call);
+CallOutcome ExpectCall(refhost::Host& host, const std::string& line);
 
 }  // namespace pixeltest

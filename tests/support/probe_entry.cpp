@@ -1,14 +1,20 @@
 // Test-only entry points into the plug-in's units, linked only into the probe build.
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <initializer_list>
 
 #include "host/exceptions.h"
 #include "host/host_functions.h"
 #include "host/yield.h"
+#include "platform/cpu.h"
 #include "plugin/registration.h"
 
 #define PROBE extern "C" __attribute__((visibility("default")))
+
+void ResetProbeClock();  // tests/support/fake_clock.cpp
 
 namespace {
 int gAllocationsSeen = 0;
@@ -28,12 +34,49 @@ PROBE void PixelbridgeProbeFailAllocationsFrom(int call) {
   gFailAllocationsFrom = call;
 }
 
-PROBE void PixelbridgeProbeRaise(const char* className, const char* message) {
-  RaiseException(className, message);
+// Puts every process-global back as it was when the library was loaded, so that a new host
+// can run REALPluginMain again: the cache slot of every host function, the host's version
+// and kind, the control version, the registration tables (giving back what the version-9
+// conversion allocated), the SIMD cap, the clock and the allocation seam. The first call,
+// which must come before the entry point first runs, keeps the tables as loaded.
+PROBE void PixelbridgeProbeReset() {
+  static bool kept = false;
+  static REALmethodDefinition globalsAtLoad[kGlobalMethodCount], picturesAtLoad[kPictureMethodCount];
+  static REALclassDefinition classAtLoad;
+  if (!kept) {
+    if (gResolver != nullptr || CurrentREALControlVersion != 0) {
+      fprintf(stderr, "PixelbridgeProbeReset: the entry point ran before the first reset\n");
+      abort();
+    }
+    memcpy(globalsAtLoad, globalMethods, sizeof globalsAtLoad);
+    memcpy(picturesAtLoad, pictureMethods, sizeof picturesAtLoad);
+    classAtLoad = pictureClass;
+    kept = true;
+  }
+  // A version-9 record lives in arrays of its own (null for empty lists).
+  if (pictureClass.version == 9) {
+    for (void* list : {static_cast<void*>(pictureClass.properties), static_cast<void*>(pictureClass.methods),
+                       static_cast<void*>(pictureClass.records4), static_cast<void*>(pictureClass.records5),
+                       static_cast<void*>(pictureClass.secondProperties), static_cast<void*>(pictureClass.secondMethods)})
+      free(list);
+  }
+  memcpy(globalMethods, globalsAtLoad, sizeof globalsAtLoad);
+  memcpy(pictureMethods, picturesAtLoad, sizeof picturesAtLoad);
+  pictureClass = classAtLoad;
+#define PIXELBRIDGE_RESET_WRAPPER(wrapper, lookup, result, parameters) wrapper = HostFunction<result parameters>{lookup};
+  PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELBRIDGE_RESET_WRAPPER)
+#undef PIXELBRIDGE_RESET_WRAPPER
+  gResolver = nullptr;
+  rbversion = 0.0;
+  CurrentREALControlVersion = 0;
+  IsDesktop = IsConsole = false;
+  CapSimdLevel(SimdLevel::kAVX512);
+  ResetProbeClock();
+  PixelbridgeProbeFailAllocationsFrom(0);
 }
 
-PROBE int32_t PixelbridgeProbeArrayInt(REALarrayInteger* array, int32_t index) {
-  return REALGetArrayInt(array, index);
+PROBE void PixelbridgeProbeRaise(const char* className, const char* message) {
+  RaiseException(className, message);
 }
 
 PROBE YieldData* PixelbridgeProbeNewYield(int32_t interval) { return new YieldData(interval); }
@@ -46,34 +89,5 @@ PROBE RecordWord* PixelbridgeProbeFixProperties(const REALproperty* list, intptr
 }
 PROBE void PixelbridgeProbeFree(void* memory) { free(memory); }
 
-// The picture editor's operations, one editor at a time in the test's hands.
-#include "pixels/picture_editor.h"
-#include "tests/support/probe.h"
-
-PROBE PictureEditor* PixelbridgeProbeNewEditor(bool writer) {
-  if (writer) return new PictureWriter();
-  return new PictureReader();
-}
-PROBE void PixelbridgeProbeDeleteEditor(PictureEditor* editor) { delete editor; }
-PROBE bool PixelbridgeProbeOpen(PictureEditor* editor, REALpictureStruct* picture, bool forReading, bool forWriting) {
-  return editor->GetPictureEditor(picture, forReading, forWriting);
-}
-PROBE bool PixelbridgeProbeNewWriter(PictureEditor* editor, REALpictureStruct* destination, int32_t width,
-                                     int32_t height) {
-  return static_cast<PictureWriter*>(editor)->NewPictureWriter(destination, width, height);
-}
-PROBE REALpictureStruct* PixelbridgeProbeRender(PictureEditor* editor) { return editor->RenderPictureWriter(); }
-PROBE void PixelbridgeProbeNextRow(PictureEditor* editor) { editor->NextRow(); }
-PROBE void PixelbridgeProbeRelease(PictureEditor* editor) { editor->ReleasePictureEditor(); }
-PROBE void PixelbridgeProbeEditorFields(const PictureEditor* editor, ProbeEditorFields* fields) {
-  *fields = {editor->RowBytes,    editor->Width,     editor->Height,           editor->BytesPerPixel,
-             editor->PixelFormat, editor->CurrentRow, editor->BaseAddress,     editor->Column,
-             editor->RowIndex,    editor->Picture,   editor->RowTable,         editor->HasAlphaChannel,
-             editor->ForReading,  editor->ForWriting, editor->DescriptionLocked};
-}
 // The widest SIMD level the kernels may use from now on.
-#include "platform/cpu.h"
 PROBE void PixelbridgeProbeCapSimd(int level) { CapSimdLevel(static_cast<SimdLevel>(level)); }
-
-// Bit 0: desktop host, bit 1: console host.
-PROBE int PixelbridgeProbeHostKind() { return (IsDesktop ? 1 : 0) | (IsConsole ? 2 : 0); }

@@ -1,0 +1,102 @@
+// The 50 methods against the test's own account of them: every method on pictures of every
+// format at every SIMD level, the case table of lines, pitches, masks, destinations, tints,
+// tables, hosts and failures (tests/data/calls.txt), and what the host sees of pictures.
+#include "tests/support/host_fixture.h"
+
+namespace {
+
+using pixeltest::kCopyCount;
+
+// "host" lines start a host, other lines are calls on it.
+TEST(Methods, CaseTable) {
+  std::vector<std::pair<refhost::HostConfig, std::vector<std::string>>> hosts;
+  for (const std::string& line : pixeltest::DataLines("calls.txt")) {
+    if (line.rfind("host ", 0) == 0)
+      hosts.push_back({pixeltest::ParseHost(line, PIXELBRIDGE_PLUGIN), {}});
+    else
+      hosts.back().second.push_back(line);
+  }
+  for (const auto& [config, calls] : hosts)
+    pixeltest::InHost(config, [&](refhost::Host& host) {
+      for (const std::string& call : calls) pixeltest::ExpectCall(host, call);
+    });
+}
+
+// Copies take lines 1 to 3 of 4 from a picture of each format, with a gap after each line
+// and bytes before the offset; conversions make pictures of each format.
+TEST(Methods, EveryMethodOnEveryPictureFormat) {
+  const char* const formats[] = {"alpha:format1:pad12", "alpha:format2:pad12", "format3:pad12", "format4:pad12",
+                                 "format5:pad12",       "format6:pad12",       "truecolour",    "vector"};
+  for (const std::string format : formats) {
+    SCOPED_TRACE(format);
+    refhost::HostConfig config =
+        pixeltest::ProbeConfig(format == "truecolour" ? refhost::HostKind::Console : refhost::HostKind::Desktop);
+    if (format.find("format") != std::string::npos) config.new_picture_alpha_info = uint32_t(format[format.find("format") + 6] - '0');
+    pixeltest::InHost(config, [&](refhost::Host& host) {
+      pixeltest::ForEachSimdLevel(host, [&] {
+        for (int number = 1; number <= pixeltest::kMethodCount; ++number) {
+          if (number > kCopyCount && format == "vector") break;
+          std::string line = std::to_string(number);
+          if (number <= kCopyCount)
+            line += " picture=21x4:" + format + " MaskForAlpha=21x4:" + format +
+                    " offset=3 AlphaValue=0xC3 PixelByteSize=3 LittleEndian=1 StartLine=1 EndLine=3"
+                    " DestRowBytes=100 -> true 1..3";
+          else
+            line += std::string(" offset=3 width=21 height=3 PixelByteSize=3 FlipVertically=1 LittleEndian=1") +
+                    (number == 33 || number == 49   ? " Red=300 Blue=128 Green=-1"
+                     : number == 34 || number == 50 ? " Red=0,1,2,255 Blue=nil Green=77,-5"
+                                                    : "") +
+                    " -> picture";
+          SCOPED_TRACE(line);
+          pixeltest::MethodCall call = pixeltest::ParseCall(line);
+          call.spare = true;
+          pixeltest::ExpectCall(host, call);
+        }
+      });
+    });
+  }
+}
+
+// A copy's picture is locked, held, unlocked, given back; a new picture is made, locked,
+// held, handed back with a reference for the caller, unlocked, given back.
+TEST(Methods, HostCallsInOrder) {
+  pixeltest::InHost(pixeltest::PluginConfig(), [](refhost::Host& host) {
+    pixeltest::ExpectCall(host, "5 picture=2x2 AlphaValue=0 -> true");  // settles the host kind
+    host.ClearLog();
+    pixeltest::ExpectCall(host, "5 picture=2x2 AlphaValue=0 -> true");
+    EXPECT_EQ(host.CallNames(),
+              (std::vector<std::string>{"REALGetPropValueBool", "REALLockPictureDescription", "REALLockObject",
+                                        "memoryBlockGetPtr", "memoryBlockGetSize", "unlockPictureDescription",
+                                        "REALUnlockObject"}));
+    host.ClearLog();
+    pixeltest::ExpectCall(host, "30 width=3 height=2 -> picture");
+    EXPECT_EQ(host.CallNames(),
+              (std::vector<std::string>{"newPicture", "REALGetPropValueBool", "REALLockPictureDescription",
+                                        "REALLockObject", "REALUnlockObject", "REALLockObject", "REALPictureClearCache",
+                                        "unlockPictureDescription", "REALPictureClearCache", "REALUnlockObject"}));
+  });
+}
+
+// Without DrawPicture nor a true-colour rendering to lend, a copy of a vector picture stays
+// as the host made it (white).
+TEST(Methods, CopyOfAPictureTheHostCantDrawNorLend) {
+  pixeltest::InHost(pixeltest::ParseHost("host desktop version=2011 no-draw", PIXELBRIDGE_PLUGIN), [](refhost::Host& host) {
+    const pixeltest::CallOutcome ran = pixeltest::ExpectCall(host, "1 picture=6x3:vector");
+    EXPECT_TRUE(ran.result.boolean && ran.result.problems.empty());
+    EXPECT_EQ(std::vector<uint8_t>(ran.bytes.begin(), ran.bytes.end() - 1), std::vector<uint8_t>(6 * 3 * 3, 255));
+    EXPECT_EQ(host.CallCount("unlockPictureDescription"), 3) << "after the refused bitmap and true-colour locks, and its own";
+  });
+}
+
+// A host that answers for no application class is asked again at each open, three classes
+// each time, until a granted lock settles its kind.
+TEST(Methods, HostKindAskedUntilALockIsGranted) {
+  pixeltest::InHost(pixeltest::ParseHost("host desktop lacking=pluginObjectType", PIXELBRIDGE_PLUGIN), [](refhost::Host& host) {
+    pixeltest::ExpectCall(host, "1 picture=2x2:alpha:refuse -> false");
+    pixeltest::ExpectCall(host, "1 picture=2x2 -> true");
+    pixeltest::ExpectCall(host, "1 picture=2x2 -> true");
+    EXPECT_EQ(host.LookupCount("pluginObjectType"), 6);
+  });
+}
+
+}  // namespace
