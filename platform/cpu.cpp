@@ -78,7 +78,7 @@ SimdLevel gCap = SimdLevel::kWidest;
 #if defined(__i386__) || defined(__x86_64__)
 int64_t DefaultStreamingStoresFrom() {
   const int64_t cache = LastLevelCacheBytes();
-  return cache > 0 ? cache : INT64_MAX;
+  return cache > 0 ? cache + 1 : INT64_MAX;
 }
 #else
 // The NEON kernels store through the caches only.

@@ -1,5 +1,6 @@
-// Every fast row kernel against its plain form, at every SIMD level this machine has, for
-// widths 0 to 67 (and a few longer), source and destination misalignments 0 to 15.
+// Every fast row kernel against its plain form, at every SIMD level this machine has, storing
+// ordinarily and around the caches, for widths 0 to 67 (and a few longer), source
+// misalignments 0 to 15 and destination ones 0 to 63.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -55,17 +56,22 @@ struct Buffers {
   }
 };
 
-// Runs `body(level, width, sourceOffset, destinationOffset)` over every case.
+// Runs `body(level, width, sourceOffset, destinationOffset)` over every case, every call
+// storing the ordinary way, then every call around the caches.
 template <typename Body>
 void ForEveryCase(Body body) {
-  for (SimdLevel level : Levels()) {
-    SCOPED_TRACE(Name(level));
-    for (int32_t width : Widths())
-      for (size_t shift = 0; shift < 16; ++shift) {
-        body(level, width, kGuard + shift, kGuard + (shift * 7 + width) % 16);
-        if (testing::Test::HasFailure()) return;
-      }
+  for (int64_t streamingFrom : {int64_t{-1}, int64_t{0}}) {
+    SetStreamingStoresFrom(streamingFrom);
+    for (SimdLevel level : Levels()) {
+      SCOPED_TRACE(testing::Message() << Name(level) << (streamingFrom == 0 ? ", streaming" : ""));
+      for (int32_t width : Widths())
+        for (size_t shift = 0; shift < 16; ++shift) {
+          body(level, width, kGuard + shift, kGuard + (shift * 7 + width) % 64);
+          if (testing::Test::HasFailure()) return SetStreamingStoresFrom(-1);
+        }
+    }
   }
+  SetStreamingStoresFrom(-1);
 }
 
 void ExpectSame(const Buffers& buffers, int32_t width, size_t shift) {

@@ -79,7 +79,8 @@ bool CopyPictureLines(const CopyRequest& request) {
     if (request.withMask) mask.NextRow();
     source.NextRow();
   }
-  const CopyRow copyRow(KindOf(layout, request.withMask), plan, ActiveSimdLevel());
+  const int64_t written = ExtentOf(request, lines, pitch, lineBytes) - request.offset;  // from first byte to last
+  const CopyRow copyRow(KindOf(layout, request.withMask), plan, ActiveSimdLevel(), written);
   uint8_t* destination = base + request.offset;
   // Lines that follow one another in the picture, the mask and the block are one long row
   // (not when a taller mask takes the picture's rows past its end, where they rest on row 0).
