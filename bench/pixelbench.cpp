@@ -108,11 +108,20 @@ struct Invoker {
   }
 };
 
+// The processor's name, family and model as the system tells them (virtual machines often
+// give a generic name).
 std::string CpuModel() {
   std::ifstream in("/proc/cpuinfo");
-  for (std::string line; std::getline(in, line);)
-    if (line.rfind("model name", 0) == 0) return line.substr(line.find(':') + 2);
-  return "unknown CPU";
+  std::string name = "unknown CPU", family, model;
+  for (std::string line; std::getline(in, line);) {
+    const size_t colon = line.find(": ");
+    const std::string value = colon != std::string::npos ? line.substr(colon + 2) : "";
+    if (line.rfind("model name", 0) == 0) name = value;
+    else if (line.rfind("cpu family", 0) == 0) family = value;
+    else if (line.rfind("model\t", 0) == 0) model = value;
+    else if (line.empty()) break;  // the first processor is enough
+  }
+  return name + (family.empty() ? "" : " (family " + family + " model " + model + ")");
 }
 
 // Bars of the time against memcpy per method, with the reference library's ratio as a dot.
@@ -185,8 +194,11 @@ int main(int argc, char** argv) {
   // The plug-in's choices, made here by the same code.
   if (simd >= 0) CapSimdLevel(static_cast<SimdLevel>(simd));
   const SimdLevel level = ActiveSimdLevel();
-  printf("pixelbridge benchmark on %s, %s kernels, streaming stores from %.0f MiB\n", CpuModel().c_str(),
-         SimdLevelName(level), static_cast<double>(StreamingStoresFrom()) / (1 << 20));
+  const int64_t streamingFrom = StreamingStoresFrom();
+  const std::string streaming = streamingFrom == INT64_MAX ? "no streaming stores"
+                                : "stores stream for destinations over " +
+                                      std::to_string((streamingFrom - 1) >> 20) + " MiB (the last-level cache)";
+  printf("pixelbridge benchmark on %s, %s kernels, %s\n", CpuModel().c_str(), SimdLevelName(level), streaming.c_str());
   printf("nanoseconds per call, best and median of %d rounds; method, memcpy and libyuv alternate on the same buffers\n",
          rounds);
   std::vector<Row> rows;
