@@ -92,7 +92,8 @@ inline int32_t PixelsToBoundary(const uint8_t* dst) {
   const uintptr_t bytes = (0 - reinterpret_cast<uintptr_t>(dst)) & kMask;
   if constexpr (kOut == 1) return static_cast<int32_t>(bytes);
   if constexpr (kOut == 3) {
-    constexpr uintptr_t kInverseOf3 = PIXELBRIDGE_VECTOR_BYTES == 64 ? 43 : 11;  // 3 × it is 1 modulo the width
+    constexpr uintptr_t kInverseOf3 = PIXELBRIDGE_VECTOR_BYTES == 64 ? 43 : 11;
+    static_assert((3 * kInverseOf3) % PIXELBRIDGE_VECTOR_BYTES == 1, "3 × it is 1 modulo the width");
     return static_cast<int32_t>((bytes * kInverseOf3) & kMask);
   }
   return bytes % 4 == 0 ? static_cast<int32_t>(bytes / 4) : -1;
