@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "bench/subjects.h"
+#include "platform/cpu.h"
 
 namespace {
 
@@ -20,17 +21,22 @@ struct Size {
   int32_t width, height;
 };
 
+// Best and median of one thing's rounds, in nanoseconds per call.
+struct Times {
+  double best = 0, median = 0;
+};
+
+Times Summarise(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return {values.front(), values[values.size() / 2]};
+}
+
 struct Row {
   std::string layout;
   Size size;
-  double method, copy, nearest;  // nanoseconds per call
+  Times method, copy, nearest;  // nearest: zero when there is none
   std::string nearestName;
 };
-
-double Median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
 
 // Nanoseconds per call of `f`, over enough calls to last about two milliseconds.
 template <typename F>
@@ -44,6 +50,33 @@ template <typename F>
 int CallsFor(F&& f) {
   const double once = std::max(PerCall(f, 1), PerCall(f, 1));
   return static_cast<int>(std::clamp(2e6 / std::max(once, 1.0), 1.0, 200000.0));
+}
+
+// The method, memcpy and the nearest conversion (when there is one) timed in turn, round
+// after round, each round long enough to read the clock well.
+template <typename M, typename C, typename N>
+Row TimeAlternating(std::string layout, Size size, M&& method, C&& copy, N&& nearest, bool withNearest,
+                    std::string nearestName, int rounds) {
+  const int methodCalls = CallsFor(method), copyCalls = CallsFor(copy);
+  const int nearestCalls = withNearest ? CallsFor(nearest) : 0;
+  std::vector<double> methodTimes, copyTimes, nearestTimes;
+  for (int round = 0; round < rounds; ++round) {
+    methodTimes.push_back(PerCall(method, methodCalls));
+    copyTimes.push_back(PerCall(copy, copyCalls));
+    if (withNearest) nearestTimes.push_back(PerCall(nearest, nearestCalls));
+  }
+  return {std::move(layout), size, Summarise(methodTimes), Summarise(copyTimes),
+          withNearest ? Summarise(nearestTimes) : Times{}, std::move(nearestName)};
+}
+
+void PrintRow(const Row& row) {
+  printf("%-32s %9.0f %9.0f %9.0f %9.0f %5.2f %5.2f", row.layout.c_str(), row.method.best, row.method.median, row.copy.best,
+         row.copy.median, row.method.best / row.copy.best, row.method.median / row.copy.median);
+  if (row.nearest.best > 0)
+    printf(" %9.0f %9.0f %5.2f %5.2f  %s", row.nearest.best, row.nearest.median, row.method.best / row.nearest.best,
+           row.method.median / row.nearest.median, row.nearestName.c_str());
+  printf("\n");
+  fflush(stdout);
 }
 
 // Calls one registered method with prepared words; gives back the picture it returns.
@@ -75,11 +108,20 @@ struct Invoker {
   }
 };
 
+// The processor's name, family and model as the system tells them (virtual machines often
+// give a generic name).
 std::string CpuModel() {
   std::ifstream in("/proc/cpuinfo");
-  for (std::string line; std::getline(in, line);)
-    if (line.rfind("model name", 0) == 0) return line.substr(line.find(':') + 2);
-  return "unknown CPU";
+  std::string name = "unknown CPU", family, model;
+  for (std::string line; std::getline(in, line);) {
+    const size_t colon = line.find(": ");
+    const std::string value = colon != std::string::npos ? line.substr(colon + 2) : "";
+    if (line.rfind("model name", 0) == 0) name = value;
+    else if (line.rfind("cpu family", 0) == 0) family = value;
+    else if (line.rfind("model\t", 0) == 0) model = value;
+    else if (line.empty()) break;  // the first processor is enough
+  }
+  return name + (family.empty() ? "" : " (family " + family + " model " + model + ")");
 }
 
 // Bars of the time against memcpy per method, with the reference library's ratio as a dot.
@@ -100,12 +142,12 @@ void DrawChart(const std::vector<Row>& rows, const std::string& path) {
   }
   for (size_t i = 0; i < rows.size(); ++i) {
     const int x = left + static_cast<int>(i) * barWidth;
-    gdImageFilledRectangle(image, x + 2, y(rows[i].method / rows[i].copy), x + barWidth - 2, y(0), bar);
-    if (rows[i].nearest > 0) gdImageFilledEllipse(image, x + barWidth / 2, y(rows[i].method / rows[i].nearest), 6, 6, dot);
+    gdImageFilledRectangle(image, x + 2, y(rows[i].method.median / rows[i].copy.median), x + barWidth - 2, y(0), bar);
+    if (rows[i].nearest.best > 0) gdImageFilledEllipse(image, x + barWidth / 2, y(rows[i].method.median / rows[i].nearest.median), 6, 6, dot);
     gdImageStringUp(image, gdFontGetTiny(), x + 3, height - 4,
                     reinterpret_cast<unsigned char*>(const_cast<char*>(rows[i].layout.c_str())), black);
   }
-  const std::string title = "time / memcpy (bars), time / nearest libyuv (dots), " + std::to_string(rows[0].size.width) +
+  const std::string title = "median time / memcpy (bars), / nearest libyuv (dots), " + std::to_string(rows[0].size.width) +
                             "x" + std::to_string(rows[0].size.height);
   gdImageString(image, gdFontGetSmall(), left, 8, reinterpret_cast<unsigned char*>(const_cast<char*>(title.c_str())), black);
   FILE* file = fopen(path.c_str(), "wb");
@@ -119,19 +161,21 @@ void DrawChart(const std::vector<Row>& rows, const std::string& path) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<Size> sizes = {{64, 64}, {1920, 1080}, {4096, 2160}};
+  std::vector<Size> sizes = {{8, 8}, {64, 64}, {1920, 1080}, {4096, 2160}};
   std::string csvPath, chartPath, filter;  // files are written only when asked for
-  int rounds = 5, simd = -1;
+  int rounds = 9, simd = -1, offset = 1088;
   for (int i = 1; i + 1 < argc; i += 2) {
     if (strcmp(argv[i], "--csv") == 0) csvPath = argv[i + 1];
     else if (strcmp(argv[i], "--chart") == 0) chartPath = argv[i + 1];
     else if (strcmp(argv[i], "--rounds") == 0) rounds = std::max(1, atoi(argv[i + 1]));
     else if (strcmp(argv[i], "--filter") == 0) filter = argv[i + 1];
     else if (strcmp(argv[i], "--simd") == 0) simd = atoi(argv[i + 1]);
+    else if (strcmp(argv[i], "--offset") == 0) offset = std::max(0, atoi(argv[i + 1]));
     else if (strcmp(argv[i], "--size") == 0) sizes = {{atoi(argv[i + 1]), atoi(strchr(argv[i + 1], 'x') ? strchr(argv[i + 1], 'x') + 1 : argv[i + 1])}};
     else {
       fprintf(stderr,
               "usage: pixelbench [--csv FILE] [--chart FILE.png] [--rounds N] [--filter TEXT] [--size WxH]\n"
+              "                  [--offset BYTES: of the pixels in the blocks, 1088 unless given]\n"
               "                  [--simd 0-3: hold the kernels to scalar, SSSE3, AVX2 or AVX-512]\n");
       return 2;
     }
@@ -147,53 +191,42 @@ int main(int argc, char** argv) {
     return 1;
   }
   if (simd >= 0) reinterpret_cast<void (*)(int)>(host.Symbol("PixelbridgeProbeCapSimd"))(simd);
-  printf("pixelbridge benchmark on %s, median of %d rounds, nanoseconds per call\n", CpuModel().c_str(), rounds);
+  // The plug-in's choices, made here by the same code.
+  if (simd >= 0) CapSimdLevel(static_cast<SimdLevel>(simd));
+  const SimdLevel level = ActiveSimdLevel();
+  const int64_t streamingFrom = StreamingStoresFrom();
+  const std::string streaming = streamingFrom == INT64_MAX ? "no streaming stores"
+                                : "stores stream for destinations over " +
+                                      std::to_string((streamingFrom - 1) >> 20) + " MiB (the last-level cache)";
+  printf("pixelbridge benchmark on %s, %s kernels, %s\n", CpuModel().c_str(), SimdLevelName(level), streaming.c_str());
+  printf("nanoseconds per call, best and median of %d rounds; method, memcpy and libyuv alternate on the same buffers\n",
+         rounds);
   std::vector<Row> rows;
   for (const Size& size : sizes) {
-    bench::Scene scene = bench::MakeScene(host, size.width, size.height);
-    printf("\n%dx%d %-32s %12s %12s %12s %7s %7s  %s\n", size.width, size.height, "method", "time", "memcpy", "nearest",
-           "/memcpy", "/near", "nearest");
-    {
-      // What the host spends making (and clearing) a picture of this size and letting it go:
-      // part of every method that returns a new picture.
-      auto make = [&] { host.Release(host.MakeHostPicture(size.width, size.height)); };
-      const size_t bytes = static_cast<size_t>(size.width) * static_cast<size_t>(size.height) * 4;
-      std::vector<uint8_t> from(bytes, 1), to(bytes, 2);
-      auto copy = [&] { memcpy(to.data(), from.data(), bytes); };
-      const int makeCalls = CallsFor(make), copyCalls = CallsFor(copy);
-      std::vector<double> makeTimes, copyTimes;
-      for (int round = 0; round < rounds; ++round) {
-        makeTimes.push_back(PerCall(make, makeCalls));
-        copyTimes.push_back(PerCall(copy, copyCalls));
-      }
-      Row row{"(host newPicture alone)", size, Median(makeTimes), Median(copyTimes), 0, ""};
-      printf("%-42s %12.0f %12.0f %12s %7.2f\n", row.layout.c_str(), row.method, row.copy, "", row.method / row.copy);
-      rows.push_back(row);
-    }
+    bench::Scene scene = bench::MakeScene(host, size.width, size.height, offset);
+    const std::vector<bench::Subject> subjects = bench::MakeSubjects(host, scene);
+    printf("\n%-32s %9s %9s %9s %9s %11s %9s %9s %11s\n", (std::to_string(size.width) + "x" + std::to_string(size.height)).c_str(),
+           "best", "median", "memcpy", "median", "/memcpy", "libyuv", "median", "/libyuv");
     // One untimed pass first: every buffer of the scene touched, every method's code and
     // patterns warm, so that the first method timed on a buffer doesn't pay for the rest.
-    const std::vector<bench::Subject> subjects = bench::MakeSubjects(host, scene);
     for (const bench::Subject& subject : subjects) {
       Invoker(host, subject)();
+      subject.copy();
       subject.nearest();
+    }
+    {
+      // What the host spends making (and clearing) a picture of this size and letting it go:
+      // part of every method that returns a new picture. Its memcpy is that of those methods.
+      auto make = [&] { host.Release(host.MakeHostPicture(size.width, size.height)); };
+      const Row row = TimeAlternating("(host newPicture alone)", size, make, subjects.back().copy, [] {}, false, "", rounds);
+      PrintRow(row);
+      rows.push_back(row);
     }
     for (const bench::Subject& subject : subjects) {
       if (!filter.empty() && subject.layout.find(filter) == std::string::npos) continue;
-      const Invoker method(host, subject);
-      const size_t bytes = std::max(subject.sourceBytes, subject.destinationBytes);
-      std::vector<uint8_t> from(bytes, 1), to(bytes, 2);
-      auto copy = [&] { memcpy(to.data(), from.data(), bytes); };
-      const int methodCalls = CallsFor(method), copyCalls = CallsFor(copy), nearestCalls = CallsFor(subject.nearest);
-      std::vector<double> methodTimes, copyTimes, nearestTimes;
-      for (int round = 0; round < rounds; ++round) {
-        methodTimes.push_back(PerCall(method, methodCalls));
-        copyTimes.push_back(PerCall(copy, copyCalls));
-        nearestTimes.push_back(PerCall(subject.nearest, nearestCalls));
-      }
-      Row row{subject.layout, size, Median(methodTimes), Median(copyTimes), Median(nearestTimes), subject.nearestName};
-      printf("%-42s %12.0f %12.0f %12.0f %7.2f %7.2f  %s\n", row.layout.c_str(), row.method, row.copy, row.nearest,
-             row.method / row.copy, row.method / row.nearest, row.nearestName.c_str());
-      fflush(stdout);
+      const Row row = TimeAlternating(subject.layout, size, Invoker(host, subject), subject.copy, subject.nearest, true,
+                                      subject.nearestName, rounds);
+      PrintRow(row);
       rows.push_back(row);
     }
     for (refhost::Object* object : std::initializer_list<refhost::Object*>{scene.picture, scene.mask, scene.dest, scene.block, scene.source, scene.table})
@@ -201,11 +234,16 @@ int main(int argc, char** argv) {
   }
   if (!csvPath.empty()) {
     std::ofstream csv(csvPath);
-    csv << "method,width,height,time_ns,memcpy_ns,nearest,nearest_ns,ratio_memcpy,ratio_nearest\n";
-    for (const Row& row : rows)
-      csv << '"' << row.layout << "\"," << row.size.width << ',' << row.size.height << ',' << row.method << ','
-          << row.copy << ',' << row.nearestName << ',' << row.nearest << ',' << row.method / row.copy << ','
-          << (row.nearest > 0 ? row.method / row.nearest : 0) << '\n';
+    csv << "method,width,height,best_ns,median_ns,memcpy_best_ns,memcpy_median_ns,nearest,nearest_best_ns,"
+           "nearest_median_ns,memcpy_best_ratio,memcpy_median_ratio,nearest_best_ratio,nearest_median_ratio\n";
+    for (const Row& row : rows) {
+      const bool near = row.nearest.best > 0;
+      csv << '"' << row.layout << "\"," << row.size.width << ',' << row.size.height << ',' << row.method.best << ','
+          << row.method.median << ',' << row.copy.best << ',' << row.copy.median << ',' << row.nearestName << ','
+          << row.nearest.best << ',' << row.nearest.median << ',' << row.method.best / row.copy.best << ','
+          << row.method.median / row.copy.median << ',' << (near ? row.method.best / row.nearest.best : 0) << ','
+          << (near ? row.method.median / row.nearest.median : 0) << '\n';
+    }
     printf("\nwrote %s\n", csvPath.c_str());
   }
   std::vector<Row> chart;

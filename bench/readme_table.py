@@ -12,19 +12,27 @@ for row in csv.DictReader(open(sys.argv[1])):
         order.append(row['method'])
     rows[row['method']][size] = row
 
-print("| method | 64×64 µs | 1920×1080 ms | ×memcpy | ×libyuv (nearest) | 4096×2160 ×memcpy | ×libyuv |")
-print("|---|---:|---:|---:|---:|---:|---:|")
+
+def ratios(row, baseline):
+    """Best / median against a baseline, or empty where there is none."""
+    if float(row[f'{baseline}_best_ratio']) == 0:
+        return ""
+    return f"{float(row[f'{baseline}_best_ratio']):.2f} / {float(row[f'{baseline}_median_ratio']):.2f}"
+
+
+print("| method | 8×8 µs | 64×64 µs | 1920×1080 ms | ×memcpy | ×libyuv | 4096×2160 ms | ×memcpy | ×libyuv |"
+      " nearest libyuv |")
+print("|---|---:|---:|---:|---:|---:|---:|---:|---:|---|")
 for method in order:
-    small, hd, uhd = (rows[method].get(s) for s in ("64x64", "1920x1080", "4096x2160"))
+    tiny, small, hd, uhd = (rows[method].get(s) for s in ("8x8", "64x64", "1920x1080", "4096x2160"))
     cells = [method]
-    cells.append(f"{float(small['time_ns']) / 1000:.2f}" if small else "")
-    if hd:
-        nearest = f"{float(hd['ratio_nearest']):.2f} ({hd['nearest']})" if hd['nearest'] else ""
-        cells += [f"{float(hd['time_ns']) / 1e6:.3f}", f"{float(hd['ratio_memcpy']):.2f}", nearest]
-    else:
-        cells += ["", "", ""]
-    if uhd:
-        cells += [f"{float(uhd['ratio_memcpy']):.2f}", f"{float(uhd['ratio_nearest']):.2f}" if uhd['nearest'] else ""]
-    else:
-        cells += ["", ""]
+    cells += [f"{float(r['median_ns']) / 1000:.2f}" if r else "" for r in (tiny, small)]
+    nearest = ""
+    for r in (hd, uhd):
+        if r:
+            cells += [f"{float(r['median_ns']) / 1e6:.3f}", ratios(r, 'memcpy'), ratios(r, 'nearest')]
+            nearest = r['nearest']
+        else:
+            cells += ["", "", ""]
+    cells.append(nearest)
     print("| " + " | ".join(cells) + " |")

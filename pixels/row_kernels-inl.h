@@ -3,8 +3,11 @@
 // internal to that unit. Four-byte shapes shuffle within 16-byte lanes and so run at the full
 // width (here); packing and gray shapes cross lanes, and run as byte permutes of the whole
 // vector where the level has them (row_kernels_permute-inl.h) or else with lane shuffles
-// and dword permutes (row_kernels_pack-inl.h).
+// and dword permutes (row_kernels_pack-inl.h). The 16- and 32-byte kernels store around the
+// caches when a call asks for it (RowPatterns::streamStores).
 #include <immintrin.h>
+
+#include <type_traits>
 
 #include "pixels/row_kernels.h"
 
@@ -19,11 +22,18 @@ namespace {
 
 inline __m128i Load16(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
 inline void Store16(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+// Ordinary, or around the caches (kStream: `p` is 16-byte aligned).
+template <bool kStream>
+inline void Put16(uint8_t* p, __m128i v) {
+  if constexpr (kStream) _mm_stream_si128(reinterpret_cast<__m128i*>(p), v);
+  else Store16(p, v);
+}
 
 #if PIXELBRIDGE_VECTOR_BYTES == 16
 using Vec = __m128i;
 inline Vec Load(const uint8_t* p) { return Load16(p); }
 inline void Store(uint8_t* p, Vec v) { Store16(p, v); }
+inline void StreamStore(uint8_t* p, Vec v) { _mm_stream_si128(reinterpret_cast<__m128i*>(p), v); }
 inline Vec Pattern(const uint8_t* p) { return Load16(p); }
 inline Vec Shuffle(Vec v, Vec m) { return _mm_shuffle_epi8(v, m); }
 inline Vec Or(Vec a, Vec b) { return _mm_or_si128(a, b); }
@@ -36,6 +46,7 @@ inline Vec GroupsInOrder(Vec v) { return v; }
 using Vec = __m256i;
 inline Vec Load(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
 inline void Store(uint8_t* p, Vec v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
+inline void StreamStore(uint8_t* p, Vec v) { _mm256_stream_si256(reinterpret_cast<__m256i*>(p), v); }
 inline Vec Pattern(const uint8_t* p) { return _mm256_broadcastsi128_si256(Load16(p)); }
 inline Vec Shuffle(Vec v, Vec m) { return _mm256_shuffle_epi8(v, m); }
 inline Vec Or(Vec a, Vec b) { return _mm256_or_si256(a, b); }
@@ -58,19 +69,76 @@ inline Vec GroupsInOrder(Vec v) {
 
 constexpr int32_t kPixelsPerVector = PIXELBRIDGE_VECTOR_BYTES / 4;
 
-PIXELBRIDGE_ROW_ENTRY void FourToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+// A whole vector of a row's steps: stored ordinarily, or around the caches (kStream: `p` is
+// aligned to the vector).
+template <bool kStream>
+inline void Put(uint8_t* p, Vec v) {
+#if PIXELBRIDGE_VECTOR_BYTES < 64  // (the 64-byte kernels never stream, below)
+  if constexpr (kStream) return StreamStore(p, v);
+#endif
+  Store(p, v);
+}
+
+// Calls too large for the last-level cache store around it, through the 16- and 32-byte
+// kernels (on processors with 64-byte vectors too: such rows are bound by memory, not by the
+// instructions).
+constexpr bool kStreams = PIXELBRIDGE_VECTOR_BYTES < 64;
+
+// The pixels of `out` bytes that take `dst` to the next vector boundary; -1 when no count
+// does (four-byte pixels at an address that isn't a multiple of four).
+template <int kOut>
+inline int32_t PixelsToBoundary(const uint8_t* dst) {
+  constexpr uintptr_t kMask = PIXELBRIDGE_VECTOR_BYTES - 1;
+  const uintptr_t bytes = (0 - reinterpret_cast<uintptr_t>(dst)) & kMask;
+  if constexpr (kOut == 1) return static_cast<int32_t>(bytes);
+  if constexpr (kOut == 3) {
+    constexpr uintptr_t kInverseOf3 = PIXELBRIDGE_VECTOR_BYTES == 64 ? 43 : 11;
+    static_assert((3 * kInverseOf3) % PIXELBRIDGE_VECTOR_BYTES == 1, "3 × it is 1 modulo the width");
+    return static_cast<int32_t>((bytes * kInverseOf3) & kMask);
+  }
+  return bytes % 4 == 0 ? static_cast<int32_t>(bytes / 4) : -1;
+}
+
+// Runs `steps(stream, first, count)` over pixels 0 to `pixels` − 1 of a row whose output
+// pixels have `kOut` bytes. When the call stores around the caches, the pixels before the
+// first vector boundary go the ordinary way (such stores take aligned addresses), the rest
+// stream, and a fence has every store done before the call returns.
+template <int kOut, typename Steps>
+inline void RunRow(const uint8_t* dst, int32_t pixels, bool stream, Steps&& steps) {
+  if constexpr (kStreams) {
+    const int32_t head = stream ? PixelsToBoundary<kOut>(dst) : -1;
+    if (head >= 0 && head < pixels) {
+      steps(std::false_type{}, 0, head);
+      steps(std::true_type{}, head, pixels - head);
+      _mm_sfence();
+      return;
+    }
+  }
+  steps(std::false_type{}, 0, pixels);
+}
+
+template <bool kStream>
+inline void FourToFourSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill);
   int32_t x = 0;
   for (; x + 2 * kPixelsPerVector <= pixels; x += 2 * kPixelsPerVector) {
     const Vec a = Load(src + 4 * x), b = Load(src + 4 * x + PIXELBRIDGE_VECTOR_BYTES);
-    Store(dst + 4 * x, Or(Shuffle(a, shuffle), fill));
-    Store(dst + 4 * x + PIXELBRIDGE_VECTOR_BYTES, Or(Shuffle(b, shuffle), fill));
+    Put<kStream>(dst + 4 * x, Or(Shuffle(a, shuffle), fill));
+    Put<kStream>(dst + 4 * x + PIXELBRIDGE_VECTOR_BYTES, Or(Shuffle(b, shuffle), fill));
   }
   for (; x + kPixelsPerVector <= pixels; x += kPixelsPerVector)
-    Store(dst + 4 * x, Or(Shuffle(Load(src + 4 * x), shuffle), fill));
+    Put<kStream>(dst + 4 * x, Or(Shuffle(Load(src + 4 * x), shuffle), fill));
   MapPixels(src + 4 * x, dst + 4 * x, pixels - x, p.map);
 }
 
+PIXELBRIDGE_ROW_ENTRY void FourToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  RunRow<4>(dst, pixels, p.streamStores, [&](auto stream, int32_t first, int32_t count) {
+    FourToFourSteps<decltype(stream)::value>(src + 4 * first, dst + 4 * first, count, p);
+  });
+}
+
+// Kernels that keep destination bytes read every line they store, so streaming would save
+// nothing: they store the ordinary way.
 PIXELBRIDGE_ROW_ENTRY void FourToFourKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels,
                                              const RowPatterns& p) {
   const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill), keep = Pattern(p.keep);
@@ -82,16 +150,24 @@ PIXELBRIDGE_ROW_ENTRY void FourToFourKeeping(const uint8_t* src, uint8_t* dst, i
   MapPixels(src + 4 * x, dst + 4 * x, pixels - x, p.map);
 }
 
-PIXELBRIDGE_ROW_ENTRY void FourToFourMasked(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels,
-                                            const RowPatterns& p) {
+template <bool kStream>
+inline void FourToFourMaskedSteps(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels,
+                                  const RowPatterns& p) {
   const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill);
   const Vec maskShuffle = Pattern(p.maskShuffle), maskFlip = Pattern(p.maskFlip);
   int32_t x = 0;
   for (; x + kPixelsPerVector <= pixels; x += kPixelsPerVector) {
     const Vec alpha = Xor(Shuffle(Load(mask + 4 * x), maskShuffle), maskFlip);
-    Store(dst + 4 * x, Or(Or(Shuffle(Load(src + 4 * x), shuffle), fill), alpha));
+    Put<kStream>(dst + 4 * x, Or(Or(Shuffle(Load(src + 4 * x), shuffle), fill), alpha));
   }
   MapMaskedPixels(src + 4 * x, mask + 4 * x, dst + 4 * x, pixels - x, p.map);
+}
+
+PIXELBRIDGE_ROW_ENTRY void FourToFourMasked(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels,
+                                            const RowPatterns& p) {
+  RunRow<4>(dst, pixels, p.streamStores, [&](auto stream, int32_t first, int32_t count) {
+    FourToFourMaskedSteps<decltype(stream)::value>(src + 4 * first, mask + 4 * first, dst + 4 * first, count, p);
+  });
 }
 
 #if PIXELBRIDGE_VECTOR_BYTES == 64
@@ -102,7 +178,8 @@ PIXELBRIDGE_ROW_ENTRY void FourToFourMasked(const uint8_t* src, const uint8_t* m
 
 // A vector of output bytes a step: the channel of input vector j's pixels goes to group j
 // (bytes 4j to 4j + 3) of each 16-byte lane, and one permute puts the groups in order.
-PIXELBRIDGE_ROW_ENTRY void FourToOne(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+template <bool kStream>
+inline void FourToOneSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   // The pattern gathers four pixels' channel into group 0 (0x80 elsewhere); rotated, into group j.
   const __m128i first = Load16(p.shuffle);
   alignas(16) uint8_t rotated[4][16];
@@ -117,7 +194,7 @@ PIXELBRIDGE_ROW_ENTRY void FourToOne(const uint8_t* src, uint8_t* dst, int32_t p
     const uint8_t* s = src + 4 * x;
     const Vec low = Or(Shuffle(Load(s), s0), Shuffle(Load(s + kBytes), s1));
     const Vec high = Or(Shuffle(Load(s + 2 * kBytes), s2), Shuffle(Load(s + 3 * kBytes), s3));
-    Store(dst + x, GroupsInOrder(Or(low, high)));
+    Put<kStream>(dst + x, GroupsInOrder(Or(low, high)));
   }
   // Then 16 pixels a step, which need no permute.
   const __m128i r0 = first, r1 = Load16(rotated[1]), r2 = Load16(rotated[2]), r3 = Load16(rotated[3]);
@@ -125,9 +202,15 @@ PIXELBRIDGE_ROW_ENTRY void FourToOne(const uint8_t* src, uint8_t* dst, int32_t p
     const uint8_t* s = src + 4 * x;
     const __m128i low = _mm_or_si128(_mm_shuffle_epi8(Load16(s), r0), _mm_shuffle_epi8(Load16(s + 16), r1));
     const __m128i high = _mm_or_si128(_mm_shuffle_epi8(Load16(s + 32), r2), _mm_shuffle_epi8(Load16(s + 48), r3));
-    Store16(dst + x, _mm_or_si128(low, high));
+    Put16<kStream>(dst + x, _mm_or_si128(low, high));
   }
   MapPixels(src + 4 * x, dst + x, pixels - x, p.map);
+}
+
+PIXELBRIDGE_ROW_ENTRY void FourToOne(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  RunRow<1>(dst, pixels, p.streamStores, [&](auto stream, int32_t first, int32_t count) {
+    FourToOneSteps<decltype(stream)::value>(src + 4 * first, dst + first, count, p);
+  });
 }
 
 }  // namespace

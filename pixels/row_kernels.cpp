@@ -147,3 +147,16 @@ const RowKernelSet& RowKernelsFor(SimdLevel level) {
 }
 
 const RowKernelSet& RowKernels() { return RowKernelsFor(ActiveSimdLevel()); }
+
+const RowKernelSet& RowKernelsFor(SimdLevel level, bool streamStores) {
+#if defined(__i386__) || defined(__x86_64__)
+  if (streamStores && level == SimdLevel::kAVX512) return kRowKernelsAVX2;
+#else
+  (void)streamStores;
+#endif
+  return RowKernelsFor(level);
+}
+
+bool StreamsStores(SimdLevel level, int64_t destinationBytes) {
+  return level != SimdLevel::kScalar && destinationBytes >= StreamingStoresFrom();
+}

@@ -1,5 +1,5 @@
 // Packing and gray kernels for 16- and 32-byte vectors, whose shuffles stay within 16-byte
-// lanes. Part of the row kernels' source: included by row_kernels-inl.h inside its unit's
+// lanes, storing ordinarily or around the caches. Part of the row kernels' source: included by row_kernels-inl.h inside its unit's
 // anonymous namespace, after the vector shims.
 
 #if PIXELBRIDGE_VECTOR_BYTES == 32
@@ -15,7 +15,7 @@ inline Vec Repeat48(const uint8_t* pattern, int at) {
 // Thirty-two pixels a step: each input vector shuffled to twelve bytes a lane (dwords 0 to 2
 // and 4 to 6), then dword permutes and blends lay the four runs of 24 bytes into three
 // stores. Gives the pixels done.
-template <bool kKeeping>
+template <bool kKeeping, bool kStream>
 inline int32_t PackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec shuffle = Pattern(p.shuffle);
   const Vec fills[3] = {Repeat48(p.wideFill, 0), Repeat48(p.wideFill, 32), Repeat48(p.wideFill, 64)};
@@ -34,7 +34,7 @@ inline int32_t PackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const
     for (int k = 0; k < 3; ++k) {
       out[k] = Or(out[k], fills[k]);
       if (kKeeping) out[k] = Or(out[k], And(Load(d + 32 * k), keeps[k]));
-      Store(d + 32 * k, out[k]);
+      Put<kStream>(d + 32 * k, out[k]);
     }
   }
   return x;
@@ -42,6 +42,7 @@ inline int32_t PackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const
 
 // Thirty-two pixels a step: each run of 24 input bytes spread to twelve bytes a lane by a
 // dword permute, then shuffled into eight pixels. No load reaches past the step's 96 bytes.
+template <bool kStream>
 inline int32_t UnpackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill);
   int32_t x = 0;
@@ -51,24 +52,25 @@ inline int32_t UnpackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, con
     const Vec runs[4] = {Permute8(Load(s), 0, 1, 2, 0, 3, 4, 5, 0), Permute8(Load(s + 24), 0, 1, 2, 0, 3, 4, 5, 0),
                          Permute8(Load(s + 48), 0, 1, 2, 0, 3, 4, 5, 0), Permute8(Load(s + 64), 2, 3, 4, 0, 5, 6, 7, 0)};
 #pragma GCC unroll 4
-    for (int k = 0; k < 4; ++k) Store(d + 32 * k, Or(Shuffle(runs[k], shuffle), fill));
+    for (int k = 0; k < 4; ++k) Put<kStream>(d + 32 * k, Or(Shuffle(runs[k], shuffle), fill));
   }
   return x;
 }
 #else
-template <bool kKeeping>
+template <bool kKeeping, bool kStream>
 inline int32_t PackSteps(const uint8_t*, uint8_t*, int32_t, const RowPatterns&) { return 0; }
+template <bool kStream>
 inline int32_t UnpackSteps(const uint8_t*, uint8_t*, int32_t, const RowPatterns&) { return 0; }
 #endif
 
 // Sixteen pixels a step: four shuffled blocks of twelve bytes spliced into three stores.
-template <bool kKeeping>
+template <bool kKeeping, bool kStream>
 inline void Pack(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const __m128i shuffle = Load16(p.shuffle);
   // Held in registers, and the loop over stores unrolled: the destination could alias them.
   __m128i fills[3], keeps[3];
   for (int k = 0; k < 3; ++k) fills[k] = Load16(p.wideFill + 16 * k), keeps[k] = Load16(p.wideKeep + 16 * k);
-  int32_t x = PackSteps<kKeeping>(src, dst, pixels, p);
+  int32_t x = PackSteps<kKeeping, kStream>(src, dst, pixels, p);
   for (; x + 16 <= pixels; x += 16) {
     const uint8_t* s = src + 4 * x;
     uint8_t* d = dst + 3 * x;
@@ -83,47 +85,63 @@ inline void Pack(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatt
     for (int k = 0; k < 3; ++k) {
       out[k] = _mm_or_si128(out[k], fills[k]);
       if (kKeeping) out[k] = _mm_or_si128(out[k], _mm_and_si128(Load16(d + 16 * k), keeps[k]));
-      Store16(d + 16 * k, out[k]);
+      Put16<kStream>(d + 16 * k, out[k]);
     }
   }
   MapPixels(src + 4 * x, dst + 3 * x, pixels - x, p.map);
 }
 
 PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  Pack<false>(src, dst, pixels, p);
+  RunRow<3>(dst, pixels, p.streamStores, [&](auto stream, int32_t first, int32_t count) {
+    Pack<false, decltype(stream)::value>(src + 4 * first, dst + 3 * first, count, p);
+  });
 }
 PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels,
                                               const RowPatterns& p) {
-  Pack<true>(src, dst, pixels, p);
+  Pack<true, false>(src, dst, pixels, p);  // keeping, so stored the ordinary way
 }
 
 // Sixteen pixels a step from 48 bytes, realigned so that each block of four starts a lane.
-PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+template <bool kStream>
+inline void Unpack(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const __m128i shuffle = Load16(p.shuffle), fill = Load16(p.fill);
-  int32_t x = UnpackSteps(src, dst, pixels, p);
+  int32_t x = UnpackSteps<kStream>(src, dst, pixels, p);
   for (; x + 16 <= pixels; x += 16) {
     const uint8_t* s = src + 3 * x;
     uint8_t* d = dst + 4 * x;
     const __m128i in0 = Load16(s), in1 = Load16(s + 16), in2 = Load16(s + 32);
-    Store16(d, _mm_or_si128(_mm_shuffle_epi8(in0, shuffle), fill));
-    Store16(d + 16, _mm_or_si128(_mm_shuffle_epi8(_mm_alignr_epi8(in1, in0, 12), shuffle), fill));
-    Store16(d + 32, _mm_or_si128(_mm_shuffle_epi8(_mm_alignr_epi8(in2, in1, 8), shuffle), fill));
-    Store16(d + 48, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in2, 4), shuffle), fill));
+    Put16<kStream>(d, _mm_or_si128(_mm_shuffle_epi8(in0, shuffle), fill));
+    Put16<kStream>(d + 16, _mm_or_si128(_mm_shuffle_epi8(_mm_alignr_epi8(in1, in0, 12), shuffle), fill));
+    Put16<kStream>(d + 32, _mm_or_si128(_mm_shuffle_epi8(_mm_alignr_epi8(in2, in1, 8), shuffle), fill));
+    Put16<kStream>(d + 48, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in2, 4), shuffle), fill));
   }
   MapPixels(src + 3 * x, dst + 4 * x, pixels - x, p.map);
 }
 
+PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  RunRow<4>(dst, pixels, p.streamStores, [&](auto stream, int32_t first, int32_t count) {
+    Unpack<decltype(stream)::value>(src + 3 * first, dst + 4 * first, count, p);
+  });
+}
+
 // Sixteen samples a step, four to each block of output pixels.
-PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+template <bool kStream>
+inline void Spread(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const __m128i shuffle = Load16(p.shuffle), fill = Load16(p.fill);
   int32_t x = 0;
   for (; x + 16 <= pixels; x += 16) {
     const __m128i in = Load16(src + x);
     uint8_t* d = dst + 4 * x;
-    Store16(d, _mm_or_si128(_mm_shuffle_epi8(in, shuffle), fill));
-    Store16(d + 16, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in, 4), shuffle), fill));
-    Store16(d + 32, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in, 8), shuffle), fill));
-    Store16(d + 48, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in, 12), shuffle), fill));
+    Put16<kStream>(d, _mm_or_si128(_mm_shuffle_epi8(in, shuffle), fill));
+    Put16<kStream>(d + 16, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in, 4), shuffle), fill));
+    Put16<kStream>(d + 32, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in, 8), shuffle), fill));
+    Put16<kStream>(d + 48, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in, 12), shuffle), fill));
   }
   MapPixels(src + x, dst + 4 * x, pixels - x, p.map);
+}
+
+PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  RunRow<4>(dst, pixels, p.streamStores, [&](auto stream, int32_t first, int32_t count) {
+    Spread<decltype(stream)::value>(src + first, dst + 4 * first, count, p);
+  });
 }

@@ -1,5 +1,6 @@
 // SIMD level detection: CPUID and, before any AVX level, XGETBV on x86; on ARM, NEON is part
-// of every 64-bit processor and a feature bit the kernel reports on 32-bit ones.
+// of every 64-bit processor and a feature bit the kernel reports on 32-bit ones. Also the
+// last-level cache's size, from CPUID's cache leaves, which sets when stores stream.
 #include "platform/cpu.h"
 
 #if defined(__i386__) || defined(__x86_64__)
@@ -37,6 +38,33 @@ SimdLevel Detect() {
   if (!avx2) return SimdLevel::kSSSE3;
   return avx512 ? SimdLevel::kAVX512 : SimdLevel::kAVX2;
 }
+
+// Deterministic cache parameters, one cache a subleaf (Intel's leaf 4, AMD's 0x8000001D):
+// ways × partitions × line size × sets of the highest level.
+int64_t LargestCache(unsigned int leaf) {
+  int64_t largest = 0;
+  for (unsigned int index = 0; index < 16; ++index) {
+    unsigned int eax = 0, ebx = 0, ecx = 0, edx = 0;
+    __cpuid_count(leaf, index, eax, ebx, ecx, edx);
+    if ((eax & 0x1F) == 0) break;  // no more caches
+    const int64_t bytes = int64_t{(ebx >> 22) + 1} * (((ebx >> 12) & 0x3FF) + 1) * ((ebx & 0xFFF) + 1) * (int64_t{ecx} + 1);
+    if (bytes > largest) largest = bytes;
+  }
+  return largest;
+}
+
+int64_t DetectLastLevelCache() {
+  unsigned int eax = 0, ebx = 0, ecx = 0, edx = 0;
+  if (!__get_cpuid(0, &eax, &ebx, &ecx, &edx)) return 0;
+  const unsigned int maxLeaf = eax;
+  const bool amd = ebx == signature_AMD_ebx && edx == signature_AMD_edx && ecx == signature_AMD_ecx;
+  if (amd) {
+    // The cache topology leaf where the processor has it (bit 22 of 0x80000001 ECX).
+    if (__get_cpuid(0x80000001, &eax, &ebx, &ecx, &edx) && (ecx & (1u << 22)) != 0) return LargestCache(0x8000001D);
+    return 0;
+  }
+  return maxLeaf >= 4 ? LargestCache(4) : 0;
+}
 #elif defined(__aarch64__)
 SimdLevel Detect() { return SimdLevel::kNEON; }
 #elif defined(__arm__) && defined(__linux__)
@@ -46,6 +74,18 @@ SimdLevel Detect() { return SimdLevel::kScalar; }
 #endif
 
 SimdLevel gCap = SimdLevel::kWidest;
+
+#if defined(__i386__) || defined(__x86_64__)
+int64_t DefaultStreamingStoresFrom() {
+  const int64_t cache = LastLevelCacheBytes();
+  return cache > 0 ? cache + 1 : INT64_MAX;
+}
+#else
+// The NEON kernels store through the caches only.
+int64_t DefaultStreamingStoresFrom() { return INT64_MAX; }
+int64_t DetectLastLevelCache() { return 0; }
+#endif
+int64_t gStreamingStoresFrom = -1;  // -1: not set, the default
 
 }  // namespace
 
@@ -70,3 +110,12 @@ const char* SimdLevelName(SimdLevel level) {
   const int index = static_cast<int>(level);
   return index >= 0 && index <= static_cast<int>(SimdLevel::kWidest) ? kNames[index] : "unknown";
 }
+
+int64_t LastLevelCacheBytes() {
+  static const int64_t bytes = DetectLastLevelCache();
+  return bytes;
+}
+
+int64_t StreamingStoresFrom() { return gStreamingStoresFrom >= 0 ? gStreamingStoresFrom : DefaultStreamingStoresFrom(); }
+
+void SetStreamingStoresFrom(int64_t bytes) { gStreamingStoresFrom = bytes; }

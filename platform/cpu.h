@@ -1,6 +1,8 @@
 // Which SIMD instruction sets the row kernels may use: found once, capped by tests.
 #pragma once
 
+#include <cstdint>
+
 // Levels are numbered from 0, the plain kernels, up to the widest this processor family
 // has; tests force each level in turn by its number.
 enum class SimdLevel : int {
@@ -24,3 +26,12 @@ SimdLevel ActiveSimdLevel();
 void CapSimdLevel(SimdLevel cap);
 // The level's name, for messages.
 const char* SimdLevelName(SimdLevel level);
+
+// The bytes of the largest cache level this processor reports, 0 when it tells none.
+int64_t LastLevelCacheBytes();
+// Calls whose destination has at least this many bytes store around the caches: it is
+// larger than the last-level cache, so none of it would still be there to read next.
+// INT64_MAX where the cache's size is unknown or the kernels have no such stores.
+int64_t StreamingStoresFrom();
+// Sets that size (a test seam: 0 makes every call stream, −1 restores the default).
+void SetStreamingStoresFrom(int64_t bytes);

@@ -1,5 +1,6 @@
-// Every fast row kernel against its plain form, at every SIMD level this machine has, for
-// widths 0 to 67 (and a few longer), source and destination misalignments 0 to 15.
+// Every fast row kernel against its plain form, at every SIMD level this machine has, storing
+// ordinarily and around the caches, for widths 0 to 67 (and a few longer), source
+// misalignments 0 to 15 and destination ones 0 to 63.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -36,22 +37,27 @@ struct Buffers {
   }
 };
 
-// Runs `body(level, width, sourceOffset, destinationOffset)` over every case: widths 0 to 67
-// meet every tail of every step, the longer ones take several steps.
+// Runs `body(level, width, sourceOffset, destinationOffset)` over every case, every call
+// storing the ordinary way, then every call around the caches: widths 0 to 67 meet every
+// tail of every step, the longer ones take several steps.
 template <typename Body>
 void ForEveryCase(Body body) {
   static const bool told = printf("row kernels checked up to the %s level\n", Name(DetectedSimdLevel())) > 0;
   (void)told;
   std::vector<int32_t> widths = {127, 128, 131, 192, 255, 1001};
   for (int32_t width = 0; width < 68; ++width) widths.push_back(width);
-  for (int level = 0; level <= static_cast<int>(DetectedSimdLevel()); ++level) {
-    SCOPED_TRACE(Name(static_cast<SimdLevel>(level)));
-    for (int32_t width : widths)
-      for (size_t shift = 0; shift < 16; ++shift) {
-        body(static_cast<SimdLevel>(level), width, kGuard + shift, kGuard + (shift * 7 + width) % 16);
-        if (testing::Test::HasFailure()) return;
-      }
+  for (int64_t streamingFrom : {int64_t{-1}, int64_t{0}}) {
+    SetStreamingStoresFrom(streamingFrom);
+    for (int level = 0; level <= static_cast<int>(DetectedSimdLevel()); ++level) {
+      SCOPED_TRACE(testing::Message() << Name(static_cast<SimdLevel>(level)) << (streamingFrom == 0 ? ", streaming" : ""));
+      for (int32_t width : widths)
+        for (size_t shift = 0; shift < 16; ++shift) {
+          body(static_cast<SimdLevel>(level), width, kGuard + shift, kGuard + (shift * 7 + width) % 64);
+          if (testing::Test::HasFailure()) return SetStreamingStoresFrom(-1);
+        }
+    }
   }
+  SetStreamingStoresFrom(-1);
 }
 
 void ExpectSame(const Buffers& buffers, int32_t width, size_t shift) {

@@ -79,7 +79,8 @@ bool CopyPictureLines(const CopyRequest& request) {
     if (request.withMask) mask.NextRow();
     source.NextRow();
   }
-  const CopyRow copyRow(KindOf(layout, request.withMask), plan, ActiveSimdLevel());
+  const int64_t written = (lines.last - lines.first + int64_t{1}) * lineBytes;
+  const CopyRow copyRow(KindOf(layout, request.withMask), plan, ActiveSimdLevel(), written);
   uint8_t* destination = base + request.offset;
   // Lines that follow one another in the picture, the mask and the block are one long row
   // (not when a taller mask takes the picture's rows past its end, where they rest on row 0).

@@ -47,10 +47,11 @@ PictureRowPlan PlanPictureRow(FormatGroup writer);
 // The row conversion of one call, chosen once: the plain kernel at the scalar level, a SIMD
 // shuffle for colour (and plain gray samples one byte apart), for other gray samples one byte
 // apart byte lookups in the channels' tables where the level has them, and otherwise (and
-// for the end of a row) one lookup per pixel in a table of finished pixel words.
+// for the end of a row) one lookup per pixel in a table of finished pixel words. Shuffles
+// store around the caches when the call writes more than they hold.
 class PictureRow {
  public:
-  PictureRow(const PictureRowPlan& plan, SimdLevel level);
+  PictureRow(const PictureRowPlan& plan, SimdLevel level, int64_t destinationBytes = 0);
   void operator()(const uint8_t* src, uint8_t* dst, int32_t width) const;
 
  private:
