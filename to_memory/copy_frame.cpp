@@ -56,10 +56,11 @@ bool CopyPictureLines(const CopyRequest& request) {
   PictureReader mask;
   if (request.withMask && !mask.GetPictureEditor(request.mask, true, false)) return false;
   // The mask, when there is one, gives the lines and the pixels per line; a line stops at
-  // the receiver's width so that nothing past its rows is read.
+  // the receiver's width so that nothing past its rows is read, and a receiver without rows
+  // has no pixels to give (its lines past the end would rest on a row 0 it doesn't have).
   const PictureEditor& shape = request.withMask ? mask : source;
   const LineRange lines = LinesToCopy(request.startLine, request.endLine, shape.Height);
-  const int32_t pixels = request.withMask ? std::min(mask.Width, source.Width) : source.Width;
+  const int32_t pixels = !request.withMask ? source.Width : source.Height > 0 ? std::min(mask.Width, source.Width) : 0;
 
   const FormatGroup sourceGroup = GroupOf(source.PixelFormat);
   const FormatGroup maskGroup = request.withMask ? GroupOf(mask.PixelFormat) : FormatGroup::kNone;
