@@ -164,21 +164,24 @@ int main(int argc, char** argv) {
   std::vector<Size> sizes = {{8, 8}, {64, 64}, {1920, 1080}, {4096, 2160}};
   std::string csvPath, chartPath, filter;  // files are written only when asked for
   int rounds = 9, simd = -1, offset = 1088;
-  for (int i = 1; i + 1 < argc; i += 2) {
-    if (strcmp(argv[i], "--csv") == 0) csvPath = argv[i + 1];
-    else if (strcmp(argv[i], "--chart") == 0) chartPath = argv[i + 1];
-    else if (strcmp(argv[i], "--rounds") == 0) rounds = std::max(1, atoi(argv[i + 1]));
-    else if (strcmp(argv[i], "--filter") == 0) filter = argv[i + 1];
-    else if (strcmp(argv[i], "--simd") == 0) simd = atoi(argv[i + 1]);
-    else if (strcmp(argv[i], "--offset") == 0) offset = std::max(0, atoi(argv[i + 1]));
-    else if (strcmp(argv[i], "--size") == 0) sizes = {{atoi(argv[i + 1]), atoi(strchr(argv[i + 1], 'x') ? strchr(argv[i + 1], 'x') + 1 : argv[i + 1])}};
-    else {
-      fprintf(stderr,
-              "usage: pixelbench [--csv FILE] [--chart FILE.png] [--rounds N] [--filter TEXT] [--size WxH]\n"
-              "                  [--offset BYTES: of the pixels in the blocks, 1088 unless given]\n"
-              "                  [--simd 0-3: hold the kernels to scalar, SSSE3, AVX2 or AVX-512]\n");
-      return 2;
-    }
+  const auto usage = [] {
+    fprintf(stderr,
+            "usage: pixelbench [--csv FILE] [--chart FILE.png] [--rounds N] [--filter TEXT] [--size WxH]\n"
+            "                  [--offset BYTES: of the pixels in the blocks, 1088 unless given]\n"
+            "                  [--simd 0-3: hold the kernels to scalar, SSSE3, AVX2 or AVX-512]\n");
+    return 2;
+  };
+  for (int i = 1; i < argc; i += 2) {
+    if (i + 1 == argc) return usage();  // every option takes a value
+    const char* value = argv[i + 1];
+    if (strcmp(argv[i], "--csv") == 0) csvPath = value;
+    else if (strcmp(argv[i], "--chart") == 0) chartPath = value;
+    else if (strcmp(argv[i], "--rounds") == 0) rounds = std::max(1, atoi(value));
+    else if (strcmp(argv[i], "--filter") == 0) filter = value;
+    else if (strcmp(argv[i], "--simd") == 0) simd = atoi(value);
+    else if (strcmp(argv[i], "--offset") == 0) offset = std::max(0, atoi(value));
+    else if (strcmp(argv[i], "--size") == 0) sizes = {{atoi(value), atoi(strchr(value, 'x') ? strchr(value, 'x') + 1 : value)}};
+    else return usage();
   }
   refhost::HostConfig config;
   config.quiet = true;
@@ -196,7 +199,7 @@ int main(int argc, char** argv) {
   const SimdLevel level = ActiveSimdLevel();
   const int64_t streamingFrom = StreamingStoresFrom();
   const std::string streaming = streamingFrom == INT64_MAX ? "no streaming stores"
-                                : "stores stream for destinations over " +
+                                : "stores stream in calls that read and write over " +
                                       std::to_string((streamingFrom - 1) >> 20) + " MiB (the last-level cache)";
   printf("pixelbridge benchmark on %s, %s kernels, %s\n", CpuModel().c_str(), SimdLevelName(level), streaming.c_str());
   printf("nanoseconds per call, best and median of %d rounds; method, memcpy and libyuv alternate on the same buffers\n",

@@ -157,6 +157,6 @@ const RowKernelSet& RowKernelsFor(SimdLevel level, bool streamStores) {
   return RowKernelsFor(level);
 }
 
-bool StreamsStores(SimdLevel level, int64_t destinationBytes) {
-  return level != SimdLevel::kScalar && destinationBytes >= StreamingStoresFrom();
+bool StreamsStores(SimdLevel level, int64_t bytesMoved) {
+  return level != SimdLevel::kScalar && bytesMoved >= StreamingStoresFrom();
 }

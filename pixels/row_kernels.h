@@ -40,8 +40,8 @@ struct alignas(64) RowPatterns {
   uint8_t pairKeep[4][64];
   uint64_t pairTaken[4];
   PixelMap map;             // for the last few pixels of a row
-  // Set per call, not kept with the patterns: the call's destination is larger than the
-  // last-level cache, so the kernels store around the caches (16- and 32-byte kernels, but
+  // Set per call, not kept with the patterns: the call moves more than the last-level
+  // cache holds, so the kernels store around the caches (16- and 32-byte kernels, but
   // not those that keep destination bytes: they read every line they store).
   bool streamStores;
 };
@@ -84,8 +84,8 @@ const RowKernelSet& RowKernels();
 // The kernels of a call at `level` whose stores go around the caches or not. Such calls are
 // bound by memory, and run with vectors of 32 bytes at most, whose kernels have those stores.
 const RowKernelSet& RowKernelsFor(SimdLevel level, bool streamStores);
-// Whether a call at `level` that writes `destinationBytes` stores around the caches.
-bool StreamsStores(SimdLevel level, int64_t destinationBytes);
+// Whether a call at `level` that reads and writes `bytesMoved` in all stores around the caches.
+bool StreamsStores(SimdLevel level, int64_t bytesMoved);
 
 // The scalar forms, one pixel at a time by the map.
 void MapPixels(const uint8_t* src, uint8_t* dst, int32_t pixels, const PixelMap& map);

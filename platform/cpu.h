@@ -29,8 +29,9 @@ const char* SimdLevelName(SimdLevel level);
 
 // The bytes of the largest cache level this processor reports, 0 when it tells none.
 int64_t LastLevelCacheBytes();
-// Calls whose destination has at least this many bytes store around the caches: it is
-// larger than the last-level cache, so none of it would still be there to read next.
+// Calls that read and write at least this many bytes in all store around the caches: they
+// pass more through the last-level cache than it holds, so little of what they wrote would
+// still be there to read next, and streaming spares reading every destination line first.
 // INT64_MAX where the cache's size is unknown or the kernels have no such stores.
 int64_t StreamingStoresFrom();
 // Sets that size (a test seam: 0 makes every call stream, −1 restores the default).

@@ -80,8 +80,10 @@ bool CopyPictureLines(const CopyRequest& request) {
     if (request.withMask) mask.NextRow();
     source.NextRow();
   }
-  const int64_t written = (lines.last - lines.first + int64_t{1}) * lineBytes;
-  const CopyRow copyRow(KindOf(layout, request.withMask), plan, ActiveSimdLevel(), written);
+  // The bytes the call reads (picture and mask) and writes decide whether it streams.
+  const int64_t total = int64_t{pixels} * (lines.last - lines.first + 1);
+  const int64_t moved = total * (request.withMask ? 8 : 4) + (lines.last - lines.first + int64_t{1}) * lineBytes;
+  const CopyRow copyRow(KindOf(layout, request.withMask), plan, ActiveSimdLevel(), moved);
   uint8_t* destination = base + request.offset;
   // Lines that follow one another in the picture, the mask and the block are one long row
   // (not when a taller mask takes the picture's rows past its end, where they rest on row 0).
@@ -89,7 +91,6 @@ bool CopyPictureLines(const CopyRequest& request) {
     return editor.PixelFormat != kFormatRowTable && editor.RowBytes == int64_t{editor.Width} * 4;
   };
   const bool maskAlongside = !request.withMask || (gapless(mask) && mask.Width == source.Width && lines.last < source.Height);
-  const int64_t total = int64_t{pixels} * (lines.last - lines.first + 1);
   if (request.yield == 0 && gapless(source) && maskAlongside && pitch == lineBytes && total <= INT32_MAX) {
     if (total > 0) copyRow(source.CurrentRow, mask.CurrentRow, destination, static_cast<int32_t>(total));
     return true;

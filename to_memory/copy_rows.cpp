@@ -95,10 +95,10 @@ void CopyChannelRow_C(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t 
   }
 }
 
-CopyRow::CopyRow(CopyKind kind, const CopyRowPlan& plan, SimdLevel level, int64_t destinationBytes) : plan_(plan) {
+CopyRow::CopyRow(CopyKind kind, const CopyRowPlan& plan, SimdLevel level, int64_t bytesMoved) : plan_(plan) {
   BuildRowPatterns(plan.map, level, &patterns_);
   const bool keeping = kind == CopyKind::kKeepPad || (kind == CopyKind::kChannel && plan.stride != 1);
-  patterns_.streamStores = !keeping && StreamsStores(level, destinationBytes);
+  patterns_.streamStores = !keeping && StreamsStores(level, bytesMoved);
   const RowKernelSet& simd = RowKernelsFor(level, patterns_.streamStores);
   const bool scalar = level == SimdLevel::kScalar;
   switch (kind) {

@@ -33,10 +33,10 @@ CopyKind KindOf(const CopyLayout& layout, bool withMask);
 
 // The row copy of one call, chosen once: the plain kernel at the scalar level (or for a
 // channel stride the SIMD kernels don't cover), a SIMD kernel otherwise, storing around the
-// caches when the call writes more than they hold.
+// caches when the call reads and writes more than they hold (`bytesMoved`).
 class CopyRow {
  public:
-  CopyRow(CopyKind kind, const CopyRowPlan& plan, SimdLevel level, int64_t destinationBytes = 0);
+  CopyRow(CopyKind kind, const CopyRowPlan& plan, SimdLevel level, int64_t bytesMoved = 0);
   void operator()(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width) const {
     if (masked_ != nullptr) masked_(src, mask, dst, width, patterns_);
     else if (fast_ != nullptr) fast_(src, dst, width, patterns_);

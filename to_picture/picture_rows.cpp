@@ -44,7 +44,7 @@ void GrayToPictureRow_C(const uint8_t* src, uint8_t* dst, int32_t width, const P
   }
 }
 
-PictureRow::PictureRow(const PictureRowPlan& plan, SimdLevel level, int64_t destinationBytes) : plan_(plan) {
+PictureRow::PictureRow(const PictureRowPlan& plan, SimdLevel level, int64_t bytesMoved) : plan_(plan) {
   const bool gray = plan.tables != nullptr;
   plain_ = gray ? GrayToPictureRow_C : ColourToPictureRow_C;
   if (level == SimdLevel::kScalar) return;
@@ -75,7 +75,7 @@ PictureRow::PictureRow(const PictureRowPlan& plan, SimdLevel level, int64_t dest
   map.from[blueByte] = static_cast<int8_t>(gray ? 0 : plan.blue);
   memcpy(map.fill, fill, sizeof fill);
   BuildRowPatterns(map, level, &patterns_);
-  patterns_.streamStores = StreamsStores(level, destinationBytes);
+  patterns_.streamStores = StreamsStores(level, bytesMoved);
   const RowKernelSet& shuffles = RowKernelsFor(level, patterns_.streamStores);
   fast_ = gray ? shuffles.oneToFour : plan.stride == 3 ? shuffles.threeToFour : shuffles.fourToFour;
 }

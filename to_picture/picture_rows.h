@@ -48,10 +48,10 @@ PictureRowPlan PlanPictureRow(FormatGroup writer);
 // shuffle for colour (and plain gray samples one byte apart), for other gray samples one byte
 // apart byte lookups in the channels' tables where the level has them, and otherwise (and
 // for the end of a row) one lookup per pixel in a table of finished pixel words. Shuffles
-// store around the caches when the call writes more than they hold.
+// store around the caches when the call reads and writes more than they hold (`bytesMoved`).
 class PictureRow {
  public:
-  PictureRow(const PictureRowPlan& plan, SimdLevel level, int64_t destinationBytes = 0);
+  PictureRow(const PictureRowPlan& plan, SimdLevel level, int64_t bytesMoved = 0);
   void operator()(const uint8_t* src, uint8_t* dst, int32_t width) const;
 
  private:
