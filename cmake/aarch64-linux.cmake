@@ -1,12 +1,6 @@
 # 64-bit ARM Linux with Debian's aarch64 cross compilers; programs run under user-mode
 # emulation with the cross sysroot as their root for the loader and libraries.
-set(CMAKE_SYSTEM_NAME Linux)
+set(PIXELBRIDGE_TRIPLE aarch64-linux-gnu)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
-set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
-set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L /usr/aarch64-linux-gnu)
-set(CMAKE_FIND_ROOT_PATH /usr/aarch64-linux-gnu)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L /usr/${PIXELBRIDGE_TRIPLE})
+include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)
