@@ -70,7 +70,8 @@ PROBE void PixelbridgeProbeReset() {
   rbversion = 0.0;
   CurrentREALControlVersion = 0;
   IsDesktop = IsConsole = false;
-  CapSimdLevel(SimdLevel::kAVX512);
+  CapSimdLevel(SimdLevel::kWidest);
+  SetStreamingStoresFrom(-1);
   ResetProbeClock();
   PixelbridgeProbeFailAllocationsFrom(0);
 }
