@@ -38,7 +38,10 @@ REALpictureStruct* WritePictureRows(REALpictureStruct* destination, int32_t widt
   plan.redShift = format.redShift, plan.greenShift = format.greenShift, plan.blueShift = format.blueShift;
   plan.opaque = format.opaque;
   const int64_t total = int64_t{width} * height;
-  const PictureRow convert(plan, ActiveSimdLevel(), total * (4 + plan.stride));  // bytes read and written
+  // Bytes read and written; a sample every 2 GiB would take the product past 64 bits.
+  const int64_t perPixel = 4 + int64_t{plan.stride};
+  const int64_t moved = total > INT64_MAX / perPixel ? INT64_MAX : total * perPixel;
+  const PictureRow convert(plan, ActiveSimdLevel(), moved);
   // Rows that follow one another in the source and in the picture are one long row.
   if (group != FormatGroup::kNone && writer.PixelFormat != kFormatRowTable && rowStep == int64_t{width} * plan.stride &&
       writer.RowBytes == int64_t{width} * 4 && total <= INT32_MAX) {

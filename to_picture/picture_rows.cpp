@@ -91,10 +91,14 @@ void PictureRow::operator()(const uint8_t* src, uint8_t* dst, int32_t width) con
 
 void GrayWordsRow(const uint8_t* src, uint8_t* dst, int32_t width, int32_t stride, const uint32_t* words) {
   int32_t x = 0;
+  // One stride at a time: samples 1 GiB apart would take 2 x stride past 32 bits.
   for (; x + 4 <= width; x += 4) {
-    const uint32_t four[4] = {words[src[0]], words[src[stride]], words[src[2 * stride]], words[src[3 * stride]]};
+    const uint8_t* second = src + stride;
+    const uint8_t* third = second + stride;
+    const uint8_t* fourth = third + stride;
+    const uint32_t four[4] = {words[*src], words[*second], words[*third], words[*fourth]};
     memcpy(dst + 4 * x, four, sizeof four);
-    src += 4 * stride;
+    src = fourth + stride;
   }
   for (; x < width; ++x, src += stride) memcpy(dst + 4 * x, &words[*src], 4);
 }
