@@ -81,8 +81,8 @@ Rgba TrueColorStore::Get(int32_t x, int32_t y) const {
 }
 
 Picture::Picture(const PictureSetup& setup) : Object("Picture"), setup_(setup) {
-  // Bitmap pictures may be empty; gd makes no empty images.
-  const int32_t smallest = setup.kind == PictureKind::Bitmap ? 0 : 1;
+  // Bitmap and vector pictures may be empty; gd makes no empty images.
+  const int32_t smallest = setup.kind == PictureKind::TrueColor ? 1 : 0;
   if (setup.width < smallest || setup.height < smallest) throw std::invalid_argument("picture size");
   switch (setup.kind) {
     case PictureKind::Bitmap: {
