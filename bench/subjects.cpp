@@ -11,7 +11,6 @@ namespace {
 uintptr_t Word(refhost::Object* object) { return reinterpret_cast<uintptr_t>(object->handle()); }
 uintptr_t Word(int32_t value) { return static_cast<uintptr_t>(static_cast<intptr_t>(value)); }
 
-
 // A byte reversal of every pixel: the reference library's generic four-byte shuffle.
 const uint8_t kReverse[16] = {3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12};
 
@@ -78,8 +77,6 @@ std::vector<Subject> MakeSubjects(refhost::Host& host, Scene& scene) {
     s.words.insert(s.words.end(), {Word(0), Word(-1), Word(0), Word(0)});
     const size_t bpp = i <= 1 ? 3 : i >= 15 ? 1 : 4;
     const bool masked = i >= 6 && i <= 9;
-    s.sourceBytes = pixels * (masked ? 8 : 4);
-    s.destinationBytes = pixels * bpp;
     s.copy = masked ? std::function<void()>(copyPictureAndMask) : std::function<void()>(copyPicture);
     if (bpp == 3) {
       s.nearestName = "ARGBToRGB24";
@@ -117,8 +114,6 @@ std::vector<Subject> MakeSubjects(refhost::Host& host, Scene& scene) {
     if (kind == 15) s.words.insert(s.words.end(), {Word(scene.table), Word(scene.table), Word(scene.table)});
     const size_t layout = kind < 6 ? kind : kind < 12 ? kind - 6 : 0;
     const size_t bpp = kind >= 13 ? 1 : layout >= 4 ? 3 : 4;
-    s.sourceBytes = pixels * bpp;
-    s.destinationBytes = pixels * 4;
     s.copy = copySource;
     if (kind >= 13) {
       s.nearestName = "J400ToARGB";

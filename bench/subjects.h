@@ -32,9 +32,9 @@ struct Subject {
   std::string layout;      // short name for the tables
   bool pictureMethod = false;
   std::vector<uintptr_t> words;  // arguments, receiver first
-  size_t sourceBytes = 0, destinationBytes = 0;
-  // memcpy of max(sourceBytes, destinationBytes) from the method's source into its
-  // destination (methods that make a picture: into the dest picture, the same size).
+  // memcpy of the larger of the bytes the method reads and writes (four a pixel, eight for a
+  // mask copy) from its source into its destination (methods that make a picture: into the
+  // dest picture, the same size).
   std::function<void()> copy;
   std::string nearestName;       // the reference library's conversion on the same buffers
   std::function<void()> nearest;
