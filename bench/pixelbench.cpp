@@ -65,13 +65,17 @@ Row TimeAlternating(std::string layout, Size size, M&& method, C&& copy, N&& nea
     copyTimes.push_back(PerCall(copy, copyCalls));
     if (withNearest) nearestTimes.push_back(PerCall(nearest, nearestCalls));
   }
-  return {std::move(layout), size, Summarise(methodTimes), Summarise(copyTimes),
-          withNearest ? Summarise(nearestTimes) : Times{}, std::move(nearestName)};
+  return {std::move(layout),
+          size,
+          Summarise(methodTimes),
+          Summarise(copyTimes),
+          withNearest ? Summarise(nearestTimes) : Times{},
+          std::move(nearestName)};
 }
 
 void PrintRow(const Row& row) {
-  printf("%-32s %9.0f %9.0f %9.0f %9.0f %5.2f %5.2f", row.layout.c_str(), row.method.best, row.method.median, row.copy.best,
-         row.copy.median, row.method.best / row.copy.best, row.method.median / row.copy.median);
+  printf("%-32s %9.0f %9.0f %9.0f %9.0f %5.2f %5.2f", row.layout.c_str(), row.method.best, row.method.median,
+         row.copy.best, row.copy.median, row.method.best / row.copy.best, row.method.median / row.copy.median);
   if (row.nearest.best > 0)
     printf(" %9.0f %9.0f %5.2f %5.2f  %s", row.nearest.best, row.nearest.median, row.method.best / row.nearest.best,
            row.method.median / row.nearest.median, row.nearestName.c_str());
@@ -138,18 +142,21 @@ void DrawChart(const std::vector<Row>& rows, const std::string& path) {
   for (double ratio : {0.5, 1.0, 1.3, 2.0, 3.0}) {
     gdImageLine(image, left, y(ratio), width - 10, y(ratio), grid);
     gdImageString(image, gdFontGetSmall(), 4, y(ratio) - 6,
-                  reinterpret_cast<unsigned char*>(const_cast<char*>(std::to_string(ratio).substr(0, 3).c_str())), black);
+                  reinterpret_cast<unsigned char*>(const_cast<char*>(std::to_string(ratio).substr(0, 3).c_str())),
+                  black);
   }
   for (size_t i = 0; i < rows.size(); ++i) {
     const int x = left + static_cast<int>(i) * barWidth;
     gdImageFilledRectangle(image, x + 2, y(rows[i].method.median / rows[i].copy.median), x + barWidth - 2, y(0), bar);
-    if (rows[i].nearest.best > 0) gdImageFilledEllipse(image, x + barWidth / 2, y(rows[i].method.median / rows[i].nearest.median), 6, 6, dot);
+    if (rows[i].nearest.best > 0)
+      gdImageFilledEllipse(image, x + barWidth / 2, y(rows[i].method.median / rows[i].nearest.median), 6, 6, dot);
     gdImageStringUp(image, gdFontGetTiny(), x + 3, height - 4,
                     reinterpret_cast<unsigned char*>(const_cast<char*>(rows[i].layout.c_str())), black);
   }
-  const std::string title = "median time / memcpy (bars), / nearest libyuv (dots), " + std::to_string(rows[0].size.width) +
-                            "x" + std::to_string(rows[0].size.height);
-  gdImageString(image, gdFontGetSmall(), left, 8, reinterpret_cast<unsigned char*>(const_cast<char*>(title.c_str())), black);
+  const std::string title = "median time / memcpy (bars), / nearest libyuv (dots), " +
+                            std::to_string(rows[0].size.width) + "x" + std::to_string(rows[0].size.height);
+  gdImageString(image, gdFontGetSmall(), left, 8, reinterpret_cast<unsigned char*>(const_cast<char*>(title.c_str())),
+                black);
   FILE* file = fopen(path.c_str(), "wb");
   if (file != nullptr) {
     gdImagePng(image, file);
@@ -180,7 +187,8 @@ int main(int argc, char** argv) {
     else if (strcmp(argv[i], "--filter") == 0) filter = value;
     else if (strcmp(argv[i], "--simd") == 0) simd = atoi(value);
     else if (strcmp(argv[i], "--offset") == 0) offset = std::max(0, atoi(value));
-    else if (strcmp(argv[i], "--size") == 0) sizes = {{atoi(value), atoi(strchr(value, 'x') ? strchr(value, 'x') + 1 : value)}};
+    else if (strcmp(argv[i], "--size") == 0)
+      sizes = {{atoi(value), atoi(strchr(value, 'x') ? strchr(value, 'x') + 1 : value)}};
     else return usage();
   }
   refhost::HostConfig config;
@@ -198,18 +206,21 @@ int main(int argc, char** argv) {
   if (simd >= 0) CapSimdLevel(static_cast<SimdLevel>(simd));
   const SimdLevel level = ActiveSimdLevel();
   const int64_t streamingFrom = StreamingStoresFrom();
-  const std::string streaming = streamingFrom == INT64_MAX ? "no streaming stores"
-                                : "stores stream in calls that read and write over " +
-                                      std::to_string((streamingFrom - 1) >> 20) + " MiB (the last-level cache)";
+  const std::string streaming = streamingFrom == INT64_MAX
+                                    ? "no streaming stores"
+                                    : "stores stream in calls that read and write over " +
+                                          std::to_string((streamingFrom - 1) >> 20) + " MiB (the last-level cache)";
   printf("pixelbridge benchmark on %s, %s kernels, %s\n", CpuModel().c_str(), SimdLevelName(level), streaming.c_str());
-  printf("nanoseconds per call, best and median of %d rounds; method, memcpy and libyuv alternate on the same buffers\n",
-         rounds);
+  printf(
+      "nanoseconds per call, best and median of %d rounds; method, memcpy and libyuv alternate on the same buffers\n",
+      rounds);
   std::vector<Row> rows;
   for (const Size& size : sizes) {
     bench::Scene scene = bench::MakeScene(host, size.width, size.height, offset);
     const std::vector<bench::Subject> subjects = bench::MakeSubjects(host, scene);
-    printf("\n%-32s %9s %9s %9s %9s %11s %9s %9s %11s\n", (std::to_string(size.width) + "x" + std::to_string(size.height)).c_str(),
-           "best", "median", "memcpy", "median", "/memcpy", "libyuv", "median", "/libyuv");
+    printf("\n%-32s %9s %9s %9s %9s %11s %9s %9s %11s\n",
+           (std::to_string(size.width) + "x" + std::to_string(size.height)).c_str(), "best", "median", "memcpy",
+           "median", "/memcpy", "libyuv", "median", "/libyuv");
     // One untimed pass first: every buffer of the scene touched, every method's code and
     // patterns warm, so that the first method timed on a buffer doesn't pay for the rest.
     for (const bench::Subject& subject : subjects) {
@@ -221,7 +232,8 @@ int main(int argc, char** argv) {
       // What the host spends making (and clearing) a picture of this size and letting it go:
       // part of every method that returns a new picture. Its memcpy is that of those methods.
       auto make = [&] { host.Release(host.MakeHostPicture(size.width, size.height)); };
-      const Row row = TimeAlternating("(host newPicture alone)", size, make, subjects.back().copy, [] {}, false, "", rounds);
+      const Row row = TimeAlternating(
+          "(host newPicture alone)", size, make, subjects.back().copy, [] {}, false, "", rounds);
       PrintRow(row);
       rows.push_back(row);
     }
@@ -232,7 +244,8 @@ int main(int argc, char** argv) {
       PrintRow(row);
       rows.push_back(row);
     }
-    for (refhost::Object* object : std::initializer_list<refhost::Object*>{scene.picture, scene.mask, scene.dest, scene.block, scene.source, scene.table})
+    for (refhost::Object* object : std::initializer_list<refhost::Object*>{scene.picture, scene.mask, scene.dest,
+                                                                           scene.block, scene.source, scene.table})
       host.Release(object);
   }
   if (!csvPath.empty()) {

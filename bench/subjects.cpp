@@ -51,7 +51,7 @@ std::vector<Subject> MakeSubjects(refhost::Host& host, Scene& scene) {
   const int32_t offset = scene.offset;
   const uint8_t* sourceBytes = scene.source->data() + offset;
   uint8_t* block = scene.block->data() + offset;  // where the copies write
-  uint8_t* pixels4 = scene.dest->bitmap_row(0);    // where the conversions write
+  uint8_t* pixels4 = scene.dest->bitmap_row(0);   // where the conversions write
   const size_t four = pixels * 4;
   auto shuffle = [=] { libyuv::ARGBShuffle(pictureBytes, w * 4, block, w * 4, kReverse, w, h); };
   auto shuffleSource = [=] { libyuv::ARGBShuffle(sourceBytes, w * 4, pixels4, w * 4, kReverse, w, h); };
@@ -62,8 +62,9 @@ std::vector<Subject> MakeSubjects(refhost::Host& host, Scene& scene) {
   std::vector<Subject> subjects;
 
   // The copies into a memory block, ARGB-ordered source, whole picture, block pitch.
-  const char* copies[] = {"RGB", "BGR", "ARGB", "ABGR", "RGBA", "BGRA", "ARGB mask", "ABGR mask", "RGBA mask",
-                          "BGRA mask", "XRGB", "XBGR", "RGBX", "BGRX", "ARGB little-endian", "R", "G", "B"};
+  const char* copies[] = {"RGB",       "BGR",       "ARGB", "ABGR", "RGBA", "BGRA", "ARGB mask",          "ABGR mask",
+                          "RGBA mask", "BGRA mask", "XRGB", "XBGR", "RGBX", "BGRX", "ARGB little-endian", "R",
+                          "G",         "B"};
   for (size_t i = 0; i < host.picture_methods().size(); ++i) {
     Subject s;
     s.declaration = host.picture_methods()[i].declaration;
@@ -99,11 +100,12 @@ std::vector<Subject> MakeSubjects(refhost::Host& host, Scene& scene) {
     const size_t kind = i % 16;
     Subject s;
     s.declaration = host.global_methods()[i].declaration;
-    s.layout = std::string(i < 16 ? "Ptr " : "Memoryblock ") +
-               (kind < 6    ? std::string(layouts[kind]) + " dest"
-                : kind < 12 ? std::string(layouts[kind - 6])
-                : kind == 12 ? "ARGB little-endian"
-                : kind == 13 ? "gray" : kind == 14 ? "gray tint" : "gray tables");
+    s.layout = std::string(i < 16 ? "Ptr " : "Memoryblock ") + (kind < 6     ? std::string(layouts[kind]) + " dest"
+                                                                : kind < 12  ? std::string(layouts[kind - 6])
+                                                                : kind == 12 ? "ARGB little-endian"
+                                                                : kind == 13 ? "gray"
+                                                                : kind == 14 ? "gray tint"
+                                                                             : "gray tables");
     const uintptr_t source = i < 16 ? reinterpret_cast<uintptr_t>(scene.source->data()) : Word(scene.source);
     if (kind < 6) s.words.push_back(Word(scene.dest));
     s.words.insert(s.words.end(), {source, Word(offset), Word(w), Word(h)});
@@ -120,8 +122,9 @@ std::vector<Subject> MakeSubjects(refhost::Host& host, Scene& scene) {
       s.nearest = [=] { libyuv::J400ToARGB(sourceBytes, w, pixels4, w * 4, w, h); };
     } else if (bpp == 3) {
       s.nearestName = layout == 4 ? "RGB24ToARGB" : "RAWToARGB";
-      s.nearest = layout == 4 ? std::function<void()>([=] { libyuv::RGB24ToARGB(sourceBytes, w * 3, pixels4, w * 4, w, h); })
-                              : std::function<void()>([=] { libyuv::RAWToARGB(sourceBytes, w * 3, pixels4, w * 4, w, h); });
+      s.nearest = layout == 4
+                      ? std::function<void()>([=] { libyuv::RGB24ToARGB(sourceBytes, w * 3, pixels4, w * 4, w, h); })
+                      : std::function<void()>([=] { libyuv::RAWToARGB(sourceBytes, w * 3, pixels4, w * 4, w, h); });
     } else {
       s.nearestName = "ARGBShuffle", s.nearest = shuffleSource;
     }

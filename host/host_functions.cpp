@@ -4,8 +4,7 @@
 HostResolver gResolver = nullptr;
 double rbversion = 0.0;
 
-#define PIXELBRIDGE_DEFINE_WRAPPER(wrapper, name, result, parameters) \
-  HostFunction<result parameters> wrapper{name};
+#define PIXELBRIDGE_DEFINE_WRAPPER(wrapper, name, result, parameters) HostFunction<result parameters> wrapper{name};
 PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELBRIDGE_DEFINE_WRAPPER)
 #undef PIXELBRIDGE_DEFINE_WRAPPER
 

@@ -32,8 +32,7 @@ class HostFunction<R(Args...)> {
 
   // The host's address for this function, or null when the host lacks it.
   Pointer Resolve() {
-    if (slot_ == nullptr && gResolver != nullptr)
-      slot_ = reinterpret_cast<Pointer>(gResolver(name_));
+    if (slot_ == nullptr && gResolver != nullptr) slot_ = reinterpret_cast<Pointer>(gResolver(name_));
     return slot_;
   }
 
@@ -42,8 +41,7 @@ class HostFunction<R(Args...)> {
   Pointer slot_ = nullptr;
 };
 
-#define PIXELBRIDGE_DECLARE_WRAPPER(wrapper, name, result, parameters) \
-  extern HostFunction<result parameters> wrapper;
+#define PIXELBRIDGE_DECLARE_WRAPPER(wrapper, name, result, parameters) extern HostFunction<result parameters> wrapper;
 PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELBRIDGE_DECLARE_WRAPPER)
 #undef PIXELBRIDGE_DECLARE_WRAPPER
 

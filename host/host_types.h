@@ -21,12 +21,12 @@ constexpr RBPixelType kRBPixelTypeTrueColor = 10;     // a true-colour image wit
 
 // What the host fills in when it locks a picture's pixels.
 struct REALpictureDescription {
-  uint32_t type;       // RBPixelType that the host filled in
-  void* data;          // CGContextRef for type 8, true-colour image record for type 10
-  int32_t width;       // pixels per row
-  int32_t height;      // rows
-  int32_t reserved;    // filled by the host, not read by the plug-in
-  uint8_t reserved2;   // likewise
+  uint32_t type;      // RBPixelType that the host filled in
+  void* data;         // CGContextRef for type 8, true-colour image record for type 10
+  int32_t width;      // pixels per row
+  int32_t height;     // rows
+  int32_t reserved;   // filled by the host, not read by the plug-in
+  uint8_t reserved2;  // likewise
 };
 
 // The host's true-colour image record: the prefix of the gd library's image, field by
@@ -65,8 +65,7 @@ static_assert(sizeof(REALpictureDescription) == 24, "picture description is 24 b
 static_assert(offsetof(REALpictureDescription, data) == 4, "description data at byte 4");
 static_assert(offsetof(REALpictureDescription, width) == 8, "description width at byte 8");
 static_assert(offsetof(REALpictureDescription, height) == 12, "description height at byte 12");
-static_assert(offsetof(TrueColorImage, sx) == 4 && offsetof(TrueColorImage, sy) == 8,
-              "image size at bytes 4 and 8");
+static_assert(offsetof(TrueColorImage, sx) == 4 && offsetof(TrueColorImage, sy) == 8, "image size at bytes 4 and 8");
 static_assert(offsetof(TrueColorImage, trueColor) == 7224, "true-colour flag at byte 7224");
 static_assert(offsetof(TrueColorImage, tpixels) == 7228, "row table at byte 7228");
 #elif defined(__x86_64__) || defined(__aarch64__)
@@ -74,8 +73,7 @@ static_assert(sizeof(REALpictureDescription) == 32, "picture description is 32 b
 static_assert(offsetof(REALpictureDescription, data) == 8, "description data at byte 8");
 static_assert(offsetof(REALpictureDescription, width) == 16, "description width at byte 16");
 static_assert(offsetof(REALpictureDescription, height) == 20, "description height at byte 20");
-static_assert(offsetof(TrueColorImage, sx) == 8 && offsetof(TrueColorImage, sy) == 12,
-              "image size at bytes 8 and 12");
+static_assert(offsetof(TrueColorImage, sx) == 8 && offsetof(TrueColorImage, sy) == 12, "image size at bytes 8 and 12");
 static_assert(offsetof(TrueColorImage, trueColor) == 7248, "true-colour flag at byte 7248");
 static_assert(offsetof(TrueColorImage, tpixels) == 7256, "row table at byte 7256");
 #endif

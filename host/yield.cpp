@@ -15,9 +15,7 @@ int64_t Elapsed(int32_t now, int32_t last) {
 
 void YieldData::DoYield() {
   const bool inTicks = interval > 0;
-  auto read = [inTicks] {
-    return inTicks ? static_cast<int32_t>(PlatformTickCount()) : PlatformMilliseconds();
-  };
+  auto read = [inTicks] { return inTicks ? static_cast<int32_t>(PlatformTickCount()) : PlatformMilliseconds(); };
   const int64_t wanted = inTicks ? interval : -static_cast<int64_t>(interval);
   if (Elapsed(read(), last) < wanted) return;
   REALYieldToRB();

@@ -11,9 +11,7 @@ namespace {
 
 constexpr double kFirstHostWithoutUnlockAfterRefusal = 2012.0;
 
-REALobjectStruct* AsObject(REALpictureStruct* picture) {
-  return reinterpret_cast<REALobjectStruct*>(picture);
-}
+REALobjectStruct* AsObject(REALpictureStruct* picture) { return reinterpret_cast<REALobjectStruct*>(picture); }
 
 // Locks `picture` as `type`. Hosts before 2012.0 expect an unlock even after a refusal.
 bool LockDescription(REALpictureStruct* picture, REALpictureDescription* description, RBPixelType type) {
@@ -141,10 +139,8 @@ bool PictureEditor::OpenDrawnCopy(REALpictureStruct* picture, bool forReading) {
   if (copy == nullptr) return OpenTrueColor(picture);
   if (REALobjectStruct* graphics = REALGetPictureGraphics(copy)) {
     auto draw = reinterpret_cast<DrawPictureMethod>(REALLoadObjectMethod(graphics, kDrawPictureDeclaration));
-    if (draw != nullptr)
-      draw(graphics, picture, 0, 0, width, height, 0, 0, width, height);
-    else
-      CopyRows(picture, copy);
+    if (draw != nullptr) draw(graphics, picture, 0, 0, width, height, 0, 0, width, height);
+    else CopyRows(picture, copy);
     REALUnlockObject(graphics);
   }
   const bool open = Open(copy, forReading, false, false);

@@ -9,11 +9,9 @@ void PictureEditor::NextRow() {
   ++RowIndex;
   Column = 0;
   if (RowIndex < Height)
-    CurrentRow = PixelFormat == kFormatRowTable
-                     ? reinterpret_cast<uint8_t*>(RowTable[RowIndex])
-                     : BaseAddress + static_cast<intptr_t>(RowIndex) * RowBytes;
-  else
-    CurrentRow = BaseAddress;
+    CurrentRow = PixelFormat == kFormatRowTable ? reinterpret_cast<uint8_t*>(RowTable[RowIndex])
+                                                : BaseAddress + static_cast<intptr_t>(RowIndex) * RowBytes;
+  else CurrentRow = BaseAddress;
 }
 
 void PictureEditor::ReleasePictureEditor() {
@@ -50,8 +48,7 @@ bool PictureWriter::NewPictureWriter(REALpictureStruct* destination, int32_t wid
     int32_t destinationHeight = 0;
     if (!REALGetPropValueInt32(object, "Width", &destinationWidth)) destinationWidth = 0;
     if (!REALGetPropValueInt32(object, "Height", &destinationHeight)) destinationHeight = 0;
-    if (destinationWidth >= width && destinationHeight >= height &&
-        GetPictureEditor(destination, false, true))
+    if (destinationWidth >= width && destinationHeight >= height && GetPictureEditor(destination, false, true))
       return true;
   }
   if (width < 1 || height < 1 || width > kLargestNewPicture || height > kLargestNewPicture) return false;

@@ -23,10 +23,18 @@ enum class FormatGroup { kAlphaLast, kAlphaFirst, kRowTable, kNone };
 
 inline FormatGroup GroupOf(int32_t format) {
   switch (format) {
-    case 1: case 3: case 5: return FormatGroup::kAlphaLast;
-    case 2: case 4: case 6: return FormatGroup::kAlphaFirst;
-    case 8: return FormatGroup::kRowTable;
-    default: return FormatGroup::kNone;
+    case 1:
+    case 3:
+    case 5:
+      return FormatGroup::kAlphaLast;
+    case 2:
+    case 4:
+    case 6:
+      return FormatGroup::kAlphaFirst;
+    case 8:
+      return FormatGroup::kRowTable;
+    default:
+      return FormatGroup::kNone;
   }
 }
 

@@ -139,8 +139,7 @@ PIXELBRIDGE_ROW_ENTRY void FourToFour(const uint8_t* src, uint8_t* dst, int32_t 
 
 // Kernels that keep destination bytes read every line they store, so streaming would save
 // nothing: they store the ordinary way.
-PIXELBRIDGE_ROW_ENTRY void FourToFourKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels,
-                                             const RowPatterns& p) {
+PIXELBRIDGE_ROW_ENTRY void FourToFourKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill), keep = Pattern(p.keep);
   int32_t x = 0;
   for (; x + kPixelsPerVector <= pixels; x += kPixelsPerVector) {
@@ -222,6 +221,8 @@ PIXELBRIDGE_ROW_ENTRY void FourToOne(const uint8_t* src, uint8_t* dst, int32_t p
 #define PIXELBRIDGE_TABLE_ROW_KERNEL nullptr
 #endif
 
-#define PIXELBRIDGE_ROW_KERNEL_SET                                                                \
-  {FourToFour, FourToFourKeeping, FourToFourMasked, FourToThree, FourToThreeKeeping, FourToOne, \
-   ThreeToFour, OneToFour, PIXELBRIDGE_TABLE_ROW_KERNEL}
+#define PIXELBRIDGE_ROW_KERNEL_SET                                                                            \
+  {                                                                                                           \
+    FourToFour, FourToFourKeeping, FourToFourMasked, FourToThree, FourToThreeKeeping, FourToOne, ThreeToFour, \
+        OneToFour, PIXELBRIDGE_TABLE_ROW_KERNEL                                                               \
+  }

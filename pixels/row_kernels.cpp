@@ -27,7 +27,8 @@ void MakeRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns
     const int pixel = byte / out, k = byte % out;
     const bool inside = pixel < 4;
     const bool masked = inside && map.maskTo == k;
-    patterns->shuffle[byte] = inside && map.from[k] != PixelMap::kNone ? static_cast<uint8_t>(pixel * in + map.from[k]) : kZero;
+    patterns->shuffle[byte] =
+        inside && map.from[k] != PixelMap::kNone ? static_cast<uint8_t>(pixel * in + map.from[k]) : kZero;
     patterns->fill[byte] = inside ? map.fill[k] : 0;
     patterns->keep[byte] = inside ? map.keep[k] : 0;
     patterns->maskShuffle[byte] = masked ? static_cast<uint8_t>(pixel * 4 + map.maskGreen) : kZero;
@@ -122,21 +123,27 @@ void MapMaskedPixels(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int3
 }
 
 namespace {
-void ScalarFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) { MapPixels(src, dst, pixels, p.map); }
+void ScalarFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  MapPixels(src, dst, pixels, p.map);
+}
 void ScalarMasked(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   MapMaskedPixels(src, mask, dst, pixels, p.map);
 }
-const RowKernelSet kScalar = {ScalarFour, ScalarFour, ScalarMasked, ScalarFour, ScalarFour, ScalarFour, ScalarFour, ScalarFour,
-                              nullptr};
+const RowKernelSet kScalar = {ScalarFour, ScalarFour, ScalarMasked, ScalarFour, ScalarFour,
+                              ScalarFour, ScalarFour, ScalarFour,   nullptr};
 }  // namespace
 
 const RowKernelSet& RowKernelsFor(SimdLevel level) {
 #if defined(__i386__) || defined(__x86_64__)
   switch (level) {
-    case SimdLevel::kAVX512: return kRowKernelsAVX512;
-    case SimdLevel::kAVX2: return kRowKernelsAVX2;
-    case SimdLevel::kSSSE3: return kRowKernelsSSSE3;
-    default: break;
+    case SimdLevel::kAVX512:
+      return kRowKernelsAVX512;
+    case SimdLevel::kAVX2:
+      return kRowKernelsAVX2;
+    case SimdLevel::kSSSE3:
+      return kRowKernelsSSSE3;
+    default:
+      break;
   }
 #elif defined(__aarch64__) || defined(__arm__)
   if (level == SimdLevel::kNEON) return kRowKernelsNEON;

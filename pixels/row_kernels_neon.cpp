@@ -131,11 +131,20 @@ void FourToOne(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatter
   const uint8x16_t fill = vdupq_n_u8(p.map.fill[0]);
   int32_t x = 0;
   switch (p.map.from[0]) {
-    case 0: x = ChannelSteps<0>(src, dst, pixels, fill); break;
-    case 1: x = ChannelSteps<1>(src, dst, pixels, fill); break;
-    case 2: x = ChannelSteps<2>(src, dst, pixels, fill); break;
-    case 3: x = ChannelSteps<3>(src, dst, pixels, fill); break;
-    default: break;  // a byte that takes no channel: the scalar form
+    case 0:
+      x = ChannelSteps<0>(src, dst, pixels, fill);
+      break;
+    case 1:
+      x = ChannelSteps<1>(src, dst, pixels, fill);
+      break;
+    case 2:
+      x = ChannelSteps<2>(src, dst, pixels, fill);
+      break;
+    case 3:
+      x = ChannelSteps<3>(src, dst, pixels, fill);
+      break;
+    default:
+      break;  // a byte that takes no channel: the scalar form
   }
   MapPixels(src + 4 * x, dst + x, pixels - x, p.map);
 }
@@ -199,7 +208,7 @@ int32_t OneToFourTables(const uint8_t* src, uint8_t* dst, int32_t pixels, const 
 
 }  // namespace
 
-extern const RowKernelSet kRowKernelsNEON = {FourToFour,  FourToFourKeeping, FourToFourMasked, FourToThree,
-                                             FourToThreeKeeping, FourToOne, ThreeToFour, OneToFour,
-                                             PIXELBRIDGE_TABLE_ROW_KERNEL};
+extern const RowKernelSet kRowKernelsNEON = {FourToFour,  FourToFourKeeping,  FourToFourMasked,
+                                             FourToThree, FourToThreeKeeping, FourToOne,
+                                             ThreeToFour, OneToFour,          PIXELBRIDGE_TABLE_ROW_KERNEL};
 #endif

@@ -27,9 +27,10 @@ inline int32_t PackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const
     Vec in[4];
 #pragma GCC unroll 4
     for (int k = 0; k < 4; ++k) in[k] = Shuffle(Load(s + 32 * k), shuffle);
-    Vec out[3] = {_mm256_blend_epi32(Permute8(in[0], 0, 1, 2, 4, 5, 6, 0, 0), Permute8(in[1], 0, 0, 0, 0, 0, 0, 0, 1), 0xC0),
-                  _mm256_blend_epi32(Permute8(in[1], 2, 4, 5, 6, 0, 0, 0, 0), Permute8(in[2], 0, 0, 0, 0, 0, 1, 2, 4), 0xF0),
-                  _mm256_blend_epi32(Permute8(in[2], 5, 6, 0, 0, 0, 0, 0, 0), Permute8(in[3], 0, 0, 0, 1, 2, 4, 5, 6), 0xFC)};
+    Vec out[3] = {
+        _mm256_blend_epi32(Permute8(in[0], 0, 1, 2, 4, 5, 6, 0, 0), Permute8(in[1], 0, 0, 0, 0, 0, 0, 0, 1), 0xC0),
+        _mm256_blend_epi32(Permute8(in[1], 2, 4, 5, 6, 0, 0, 0, 0), Permute8(in[2], 0, 0, 0, 0, 0, 1, 2, 4), 0xF0),
+        _mm256_blend_epi32(Permute8(in[2], 5, 6, 0, 0, 0, 0, 0, 0), Permute8(in[3], 0, 0, 0, 1, 2, 4, 5, 6), 0xFC)};
 #pragma GCC unroll 3
     for (int k = 0; k < 3; ++k) {
       out[k] = Or(out[k], fills[k]);
@@ -50,7 +51,8 @@ inline int32_t UnpackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, con
     const uint8_t* s = src + 3 * x;
     uint8_t* d = dst + 4 * x;
     const Vec runs[4] = {Permute8(Load(s), 0, 1, 2, 0, 3, 4, 5, 0), Permute8(Load(s + 24), 0, 1, 2, 0, 3, 4, 5, 0),
-                         Permute8(Load(s + 48), 0, 1, 2, 0, 3, 4, 5, 0), Permute8(Load(s + 64), 2, 3, 4, 0, 5, 6, 7, 0)};
+                         Permute8(Load(s + 48), 0, 1, 2, 0, 3, 4, 5, 0),
+                         Permute8(Load(s + 64), 2, 3, 4, 0, 5, 6, 7, 0)};
 #pragma GCC unroll 4
     for (int k = 0; k < 4; ++k) Put<kStream>(d + 32 * k, Or(Shuffle(runs[k], shuffle), fill));
   }
@@ -58,9 +60,13 @@ inline int32_t UnpackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, con
 }
 #else
 template <bool kKeeping, bool kStream>
-inline int32_t PackSteps(const uint8_t*, uint8_t*, int32_t, const RowPatterns&) { return 0; }
+inline int32_t PackSteps(const uint8_t*, uint8_t*, int32_t, const RowPatterns&) {
+  return 0;
+}
 template <bool kStream>
-inline int32_t UnpackSteps(const uint8_t*, uint8_t*, int32_t, const RowPatterns&) { return 0; }
+inline int32_t UnpackSteps(const uint8_t*, uint8_t*, int32_t, const RowPatterns&) {
+  return 0;
+}
 #endif
 
 // Sixteen pixels a step: four shuffled blocks of twelve bytes spliced into three stores.
@@ -78,8 +84,7 @@ inline void Pack(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatt
     const __m128i b = _mm_shuffle_epi8(Load16(s + 16), shuffle);
     const __m128i c = _mm_shuffle_epi8(Load16(s + 32), shuffle);
     const __m128i e = _mm_shuffle_epi8(Load16(s + 48), shuffle);
-    __m128i out[3] = {_mm_or_si128(a, _mm_slli_si128(b, 12)),
-                      _mm_or_si128(_mm_srli_si128(b, 4), _mm_slli_si128(c, 8)),
+    __m128i out[3] = {_mm_or_si128(a, _mm_slli_si128(b, 12)), _mm_or_si128(_mm_srli_si128(b, 4), _mm_slli_si128(c, 8)),
                       _mm_or_si128(_mm_srli_si128(c, 8), _mm_slli_si128(e, 4))};
 #pragma GCC unroll 3
     for (int k = 0; k < 3; ++k) {
@@ -96,8 +101,7 @@ PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, uint8_t* dst, int32_t
     Pack<false, decltype(stream)::value>(src + 4 * first, dst + 3 * first, count, p);
   });
 }
-PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels,
-                                              const RowPatterns& p) {
+PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   Pack<true, false>(src, dst, pixels, p);  // keeping, so stored the ordinary way
 }
 

@@ -9,20 +9,27 @@ constexpr __mmask64 Bytes(int count) { return count >= 64 ? ~__mmask64{0} : (__m
 
 inline Vec LoadBytes(const uint8_t* p, int count) {
   switch (count) {
-    case 64: return _mm512_loadu_si512(p);
-    case 48: return _mm512_inserti32x4(_mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))), Load16(p + 32), 2);
-    case 16: return _mm512_castsi128_si512(Load16(p));
-    default: return _mm512_maskz_loadu_epi8(Bytes(count), p);
+    case 64:
+      return _mm512_loadu_si512(p);
+    case 48:
+      return _mm512_inserti32x4(_mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))),
+                                Load16(p + 32), 2);
+    case 16:
+      return _mm512_castsi128_si512(Load16(p));
+    default:
+      return _mm512_maskz_loadu_epi8(Bytes(count), p);
   }
 }
 
 inline void StoreBytes(uint8_t* p, Vec v, int count) {
   switch (count) {
-    case 64: return _mm512_storeu_si512(p, v);
+    case 64:
+      return _mm512_storeu_si512(p, v);
     case 48:
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_castsi512_si256(v));
       return Store16(p + 32, _mm512_extracti32x4_epi32(v, 2));
-    default: return _mm512_mask_storeu_epi8(p, Bytes(count), v);
+    default:
+      return _mm512_mask_storeu_epi8(p, Bytes(count), v);
   }
 }
 
@@ -82,8 +89,7 @@ inline void PermuteRow(const uint8_t* src, uint8_t* dst, int32_t pixels, const R
 PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   PermuteRow<4, 3, false>(src, dst, pixels, p);
 }
-PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels,
-                                              const RowPatterns& p) {
+PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   PermuteRow<4, 3, true>(src, dst, pixels, p);
 }
 PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {

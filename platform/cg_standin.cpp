@@ -18,8 +18,7 @@ constexpr uint32_t kAlphaInfoMask = 0x1F;
 }
 
 extern "C" {
-CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height,
-                                   size_t bitsPerComponent, size_t bytesPerRow,
+CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent, size_t bytesPerRow,
                                    CGColorSpaceRef /*space*/, uint32_t bitmapInfo) {
   if (data == nullptr) return nullptr;
   return new (std::nothrow) CGContext{data, width, height, bitsPerComponent, bytesPerRow, bitmapInfo};
@@ -37,9 +36,7 @@ size_t CGBitmapContextGetBitsPerPixel(CGContextRef context) {
 
 size_t CGBitmapContextGetWidth(CGContextRef context) { return context ? context->width : 0; }
 size_t CGBitmapContextGetHeight(CGContextRef context) { return context ? context->height : 0; }
-size_t CGBitmapContextGetBytesPerRow(CGContextRef context) {
-  return context ? context->bytesPerRow : 0;
-}
+size_t CGBitmapContextGetBytesPerRow(CGContextRef context) { return context ? context->bytesPerRow : 0; }
 uint32_t CGBitmapContextGetAlphaInfo(CGContextRef context) {
   return context ? context->bitmapInfo & kAlphaInfoMask : 0;
 }

@@ -10,8 +10,7 @@ int32_t PlatformMilliseconds();
 
 // The two clocks from one reading of a monotonic nanosecond clock.
 inline uint32_t TicksFromNanoseconds(uint64_t nanoseconds) {
-  return static_cast<uint32_t>(nanoseconds / 1000000000u * 60u +
-                               nanoseconds % 1000000000u * 60u / 1000000000u);
+  return static_cast<uint32_t>(nanoseconds / 1000000000u * 60u + nanoseconds % 1000000000u * 60u / 1000000000u);
 }
 inline int32_t MillisecondsFromNanoseconds(uint64_t nanoseconds) {
   return static_cast<int32_t>(static_cast<uint32_t>(nanoseconds / 1000000u));

@@ -31,9 +31,8 @@ enum : uint32_t {
 };
 
 // A context over caller-owned pixels; null when `data` is null.
-CGSTANDIN_API CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height,
-                                                 size_t bitsPerComponent, size_t bytesPerRow,
-                                                 CGColorSpaceRef space, uint32_t bitmapInfo);
+CGSTANDIN_API CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent,
+                                                 size_t bytesPerRow, CGColorSpaceRef space, uint32_t bitmapInfo);
 CGSTANDIN_API void CGContextRelease(CGContextRef context);
 CGSTANDIN_API void* CGBitmapContextGetData(CGContextRef context);
 CGSTANDIN_API size_t CGBitmapContextGetBitsPerPixel(CGContextRef context);

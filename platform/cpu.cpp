@@ -47,7 +47,8 @@ int64_t LargestCache(unsigned int leaf) {
     unsigned int eax = 0, ebx = 0, ecx = 0, edx = 0;
     __cpuid_count(leaf, index, eax, ebx, ecx, edx);
     if ((eax & 0x1F) == 0) break;  // no more caches
-    const int64_t bytes = int64_t{(ebx >> 22) + 1} * (((ebx >> 12) & 0x3FF) + 1) * ((ebx & 0xFFF) + 1) * (int64_t{ecx} + 1);
+    const int64_t bytes =
+        int64_t{(ebx >> 22) + 1} * (((ebx >> 12) & 0x3FF) + 1) * ((ebx & 0xFFF) + 1) * (int64_t{ecx} + 1);
     if (bytes > largest) largest = bytes;
   }
   return largest;
@@ -116,6 +117,8 @@ int64_t LastLevelCacheBytes() {
   return bytes;
 }
 
-int64_t StreamingStoresFrom() { return gStreamingStoresFrom >= 0 ? gStreamingStoresFrom : DefaultStreamingStoresFrom(); }
+int64_t StreamingStoresFrom() {
+  return gStreamingStoresFrom >= 0 ? gStreamingStoresFrom : DefaultStreamingStoresFrom();
+}
 
 void SetStreamingStoresFrom(int64_t bytes) { gStreamingStoresFrom = bytes; }

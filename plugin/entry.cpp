@@ -49,8 +49,7 @@ void FixAllFlags() {
 // A list of `count` records of `fromWords` words, each cut to its first `toWords` words in a
 // new zero-filled array. The array is made only for a non-empty list whose new size lies
 // between 1 and 2^31 − 1 bytes; *failed tells a refused allocation from an empty list.
-RecordWord* CutRecords(const void* list, intptr_t count, size_t fromWords, size_t toWords,
-                       bool* failed) {
+RecordWord* CutRecords(const void* list, intptr_t count, size_t fromWords, size_t toWords, bool* failed) {
   if (list == nullptr || count == 0) return nullptr;
   const int64_t recordBytes = static_cast<int64_t>(toWords * sizeof(RecordWord));
   if (count < 0 || count > INT32_MAX / recordBytes) return nullptr;
@@ -60,8 +59,7 @@ RecordWord* CutRecords(const void* list, intptr_t count, size_t fromWords, size_
     return nullptr;
   }
   const auto* from = static_cast<const RecordWord*>(list);
-  for (intptr_t i = 0; i < count; ++i)
-    memcpy(cut + i * toWords, from + i * fromWords, toWords * sizeof(RecordWord));
+  for (intptr_t i = 0; i < count; ++i) memcpy(cut + i * toWords, from + i * fromWords, toWords * sizeof(RecordWord));
   return cut;
 }
 
@@ -93,11 +91,11 @@ bool ConvertClassToVersion9() {
   to->records5 = CutRecords(from.records5, from.records5Count, 5, 3, &failed);
   to->records5Count = from.records5Count;
   to->flags = from.flags;
-  to->secondProperties = reinterpret_cast<REALproperty*>(
-      CutProperties(from.secondProperties, from.secondPropertyCount, &failed));
+  to->secondProperties =
+      reinterpret_cast<REALproperty*>(CutProperties(from.secondProperties, from.secondPropertyCount, &failed));
   to->secondPropertyCount = from.secondPropertyCount;
-  to->secondMethods = reinterpret_cast<REALmethodDefinition*>(CutRecords(
-      from.secondMethods, from.secondMethodCount, kWordsPerMethod, kVersion9WordsPerMethod, &failed));
+  to->secondMethods = reinterpret_cast<REALmethodDefinition*>(
+      CutRecords(from.secondMethods, from.secondMethodCount, kWordsPerMethod, kVersion9WordsPerMethod, &failed));
   to->secondMethodCount = from.secondMethodCount;
 
   if (failed) {
@@ -137,8 +135,7 @@ extern "C" void REALPluginMain(HostResolver resolver) {
   gResolver = resolver;
   if (resolver == nullptr) return;
   auto registerVersion = reinterpret_cast<void (*)(int32_t)>(resolver("RegisterPluginVersion"));
-  if (auto hostVersion = reinterpret_cast<double (*)()>(resolver("REALGetRBVersion")))
-    rbversion = hostVersion();
+  if (auto hostVersion = reinterpret_cast<double (*)()>(resolver("REALGetRBVersion"))) rbversion = hostVersion();
   CurrentREALControlVersion = ChooseControlVersion(rbversion);
   // A host without it can still take the records; it just isn't told their version.
   if (registerVersion != nullptr) registerVersion(CurrentREALControlVersion);

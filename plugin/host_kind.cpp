@@ -9,8 +9,6 @@ void DetectHostKind() {
   const bool desktop = REALGetClassRef("Application") != nullptr;
   const bool web = REALGetClassRef("WebApplication") != nullptr;
   const bool console = REALGetClassRef("ConsoleApplication") != nullptr;
-  if (desktop)
-    IsDesktop = true;
-  else if (console || web)
-    IsConsole = true;
+  if (desktop) IsDesktop = true;
+  else if (console || web) IsConsole = true;
 }

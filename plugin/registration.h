@@ -56,8 +56,7 @@ struct REALclassDefinition {
 constexpr size_t kWordsPerMethod = sizeof(REALmethodDefinition) / sizeof(RecordWord);
 constexpr size_t kWordsPerProperty = sizeof(REALproperty) / sizeof(RecordWord);
 constexpr size_t kWordsPerClass = sizeof(REALclassDefinition) / sizeof(RecordWord);
-static_assert(kWordsPerMethod == 6 && kWordsPerProperty == 12 && kWordsPerClass == 25,
-              "records are whole words");
+static_assert(kWordsPerMethod == 6 && kWordsPerProperty == 12 && kWordsPerClass == 25, "records are whole words");
 static_assert(offsetof(REALclassDefinition, methods) == 9 * sizeof(RecordWord) &&
                   offsetof(REALclassDefinition, flags) == 20 * sizeof(RecordWord) &&
                   offsetof(REALclassDefinition, secondMethodCount) == 24 * sizeof(RecordWord),

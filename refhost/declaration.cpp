@@ -65,10 +65,8 @@ struct CType<'b'> {
 
 template <typename R>
 uintptr_t Word(R value) {
-  if constexpr (std::is_pointer_v<R>)
-    return reinterpret_cast<uintptr_t>(value);
-  else
-    return static_cast<uintptr_t>(value);
+  if constexpr (std::is_pointer_v<R>) return reinterpret_cast<uintptr_t>(value);
+  else return static_cast<uintptr_t>(value);
 }
 
 template <typename R, char... Cs, size_t... I>
@@ -116,12 +114,18 @@ const Shape kShapes[] = {
 
 char Letter(ParamType type) {
   switch (type) {
-    case ParamType::Picture: return 'P';
-    case ParamType::MemoryBlock: return 'M';
-    case ParamType::IntegerArray: return 'A';
-    case ParamType::Ptr: return 'p';
-    case ParamType::Integer: return 'i';
-    case ParamType::Boolean: return 'b';
+    case ParamType::Picture:
+      return 'P';
+    case ParamType::MemoryBlock:
+      return 'M';
+    case ParamType::IntegerArray:
+      return 'A';
+    case ParamType::Ptr:
+      return 'p';
+    case ParamType::Integer:
+      return 'i';
+    case ParamType::Boolean:
+      return 'b';
   }
   return '?';
 }
@@ -135,8 +139,7 @@ std::optional<Declaration> ParseDeclaration(const std::string& text, std::string
   };
   const size_t open = text.find('(');
   const size_t close = text.rfind(')');
-  if (open == std::string::npos || close == std::string::npos || close < open)
-    return fail("no parameter list");
+  if (open == std::string::npos || close == std::string::npos || close < open) return fail("no parameter list");
   Declaration declaration;
   declaration.name = Trim(text.substr(0, open));
   if (declaration.name.empty()) return fail("no name");
@@ -183,9 +186,8 @@ std::optional<Arg> DefaultArg(const Parameter& param) {
   return Arg(static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10)));
 }
 
-bool InvokeBySignature(void* function, const std::vector<ParamType>& params,
-                       std::optional<ParamType> result, const std::vector<uintptr_t>& words,
-                       uintptr_t* returned, std::string* error) {
+bool InvokeBySignature(void* function, const std::vector<ParamType>& params, std::optional<ParamType> result,
+                       const std::vector<uintptr_t>& words, uintptr_t* returned, std::string* error) {
   std::string letters;
   for (ParamType type : params) letters += Letter(type);
   const char resultLetter = !result ? 'v' : Letter(*result);

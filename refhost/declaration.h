@@ -35,8 +35,8 @@ struct Arg {
   void* pointer = nullptr;
   int32_t integer = 0;
 
-  Arg(Object* value) : kind(Kind::Object), object(value) {}  // NOLINT: implicit by design
-  Arg(std::nullptr_t) : kind(Kind::Object) {}                // NOLINT
+  Arg(Object* value) : kind(Kind::Object), object(value) {}    // NOLINT: implicit by design
+  Arg(std::nullptr_t) : kind(Kind::Object) {}                  // NOLINT
   Arg(int32_t value) : kind(Kind::Integer), integer(value) {}  // NOLINT
   static Arg Ptr(void* value) {
     Arg arg(nullptr);
@@ -57,8 +57,7 @@ std::optional<Arg> DefaultArg(const Parameter& param);
 
 // Calls `function` with `words` (one per parameter, receiver first) by the C signature that
 // the parameter types give. False, with an error, for a signature the host can't make.
-bool InvokeBySignature(void* function, const std::vector<ParamType>& params,
-                       std::optional<ParamType> result, const std::vector<uintptr_t>& words,
-                       uintptr_t* returned, std::string* error);
+bool InvokeBySignature(void* function, const std::vector<ParamType>& params, std::optional<ParamType> result,
+                       const std::vector<uintptr_t>& words, uintptr_t* returned, std::string* error);
 
 }  // namespace refhost

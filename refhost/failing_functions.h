@@ -14,10 +14,8 @@ namespace failing {
 // No object, false or 0; an upper bound of -1, since 0 would claim one element.
 template <typename R>
 R FailedAnswer(const char* name) {
-  if constexpr (std::is_same_v<R, int32_t>)
-    return strcmp(name, "RuntimeUBound") == 0 ? -1 : 0;
-  else
-    return R();
+  if constexpr (std::is_same_v<R, int32_t>) return strcmp(name, "RuntimeUBound") == 0 ? -1 : 0;
+  else return R();
 }
 
 #define PIXELBRIDGE_FAILING_FUNCTION(wrapper, lookup, result, parameters) \

@@ -20,12 +20,10 @@ namespace {
 
 Host* gCurrentHost = nullptr;
 
-void* ResolveForPlugin(const char* name) {
-  return gCurrentHost != nullptr ? gCurrentHost->Resolve(name) : nullptr;
-}
+void* ResolveForPlugin(const char* name) { return gCurrentHost != nullptr ? gCurrentHost->Resolve(name) : nullptr; }
 
-const char* const kExceptionClasses[] = {"RuntimeException", "NilObjectException",
-                                         "UnsupportedOperationException", "OutOfBoundsException"};
+const char* const kExceptionClasses[] = {"RuntimeException", "NilObjectException", "UnsupportedOperationException",
+                                         "OutOfBoundsException"};
 const char* const kObjectClasses[] = {"Picture", "Graphics", "MemoryBlock"};
 
 std::string Describe(const Object& object) {
@@ -84,9 +82,7 @@ bool Host::Start(std::string* error) {
   return true;
 }
 
-void* Host::Symbol(const char* name) const {
-  return library_ != nullptr ? dlsym(library_, name) : nullptr;
-}
+void* Host::Symbol(const char* name) const { return library_ != nullptr ? dlsym(library_, name) : nullptr; }
 
 void* Host::Resolve(const char* name) {
   void* address = nullptr;
@@ -203,7 +199,8 @@ void Host::CaptureClass(const void* record) {
   const auto* methods = reinterpret_cast<const uintptr_t*>(words[9]);
   const auto count = static_cast<intptr_t>(words[10]);
   picture_methods_.clear();
-  for (intptr_t i = 0; methods != nullptr && i < count; ++i) picture_methods_.push_back(ReadMethod(methods + i * stride));
+  for (intptr_t i = 0; methods != nullptr && i < count; ++i)
+    picture_methods_.push_back(ReadMethod(methods + i * stride));
 }
 
 void Host::Raise(Object* exception) {
@@ -282,11 +279,11 @@ void Host::Finish(const Audit& before, CallResult& result) {
     if (object.id() <= before.last_id) continue;
     if (&object == result.picture) {
       if (object.refs() != 1 || object.locks() != 0)
-        Problem("returned " + Describe(object) + " holds " + std::to_string(object.refs()) +
-                " references and " + std::to_string(object.locks()) + " locks, expected 1 and 0");
+        Problem("returned " + Describe(object) + " holds " + std::to_string(object.refs()) + " references and " +
+                std::to_string(object.locks()) + " locks, expected 1 and 0");
     } else {
-      Problem(Describe(object) + " made during the call is still alive with " +
-              std::to_string(object.refs()) + " references");
+      Problem(Describe(object) + " made during the call is still alive with " + std::to_string(object.refs()) +
+              " references");
     }
   }
   for (const auto& entry : objects_)
@@ -323,9 +320,15 @@ bool ToWord(const Parameter& param, const Arg& arg, uintptr_t* word, std::string
   };
   bool ok = false;
   switch (param.type) {
-    case ParamType::Picture: ok = objectOf("Picture"); break;
-    case ParamType::MemoryBlock: ok = objectOf("MemoryBlock"); break;
-    case ParamType::IntegerArray: ok = objectOf("Integer()"); break;
+    case ParamType::Picture:
+      ok = objectOf("Picture");
+      break;
+    case ParamType::MemoryBlock:
+      ok = objectOf("MemoryBlock");
+      break;
+    case ParamType::IntegerArray:
+      ok = objectOf("Integer()");
+      break;
     case ParamType::Ptr:
       ok = arg.kind == Arg::Kind::Pointer || (arg.kind == Arg::Kind::Object && arg.object == nullptr);
       *word = reinterpret_cast<uintptr_t>(arg.pointer);
@@ -385,8 +388,7 @@ CallResult Host::Call(const std::string& declaration, std::vector<Arg> args) {
   std::string error;
   uintptr_t returned = 0;
   CallResult result = Run([&]() -> void* {
-    if (!InvokeBySignature(method->function, types, method->parsed.result, words, &returned, &error))
-      return nullptr;
+    if (!InvokeBySignature(method->function, types, method->parsed.result, words, &returned, &error)) return nullptr;
     return booleanResult ? nullptr : reinterpret_cast<void*>(returned);
   });
   if (!error.empty()) {

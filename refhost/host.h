@@ -61,18 +61,18 @@ struct RaisedException {
 struct LogEntry {
   bool lookup = false;
   std::string name;
-  bool found = true;    // lookups: whether the resolver answered an address
-  int object = 0;       // calls: id of the object passed first, 0 for none
+  bool found = true;  // lookups: whether the resolver answered an address
+  int object = 0;     // calls: id of the object passed first, 0 for none
 };
 
 struct CallResult {
-  bool called = false;           // a method with the declaration was found and run
-  bool boolean = false;          // result of a method returning boolean
-  Object* picture = nullptr;     // result of a method returning picture (the caller's reference)
+  bool called = false;        // a method with the declaration was found and run
+  bool boolean = false;       // result of a method returning boolean
+  Object* picture = nullptr;  // result of a method returning picture (the caller's reference)
   std::vector<RaisedException> exceptions;
   // References or locks left unbalanced, objects leaked, misuse of host functions.
   std::vector<std::string> problems;
-  std::string error;             // why nothing was called
+  std::string error;  // why nothing was called
 };
 
 // A registered method as the host captured it.
@@ -145,7 +145,9 @@ class Host {
   void NoteCall(const char* name, void* handle = nullptr);
   Object* Find(void* handle) const;  // null, with a problem noted, for an unknown handle
   template <typename T>
-  T* FindAs(void* handle) const { return dynamic_cast<T*>(Find(handle)); }
+  T* FindAs(void* handle) const {
+    return dynamic_cast<T*>(Find(handle));
+  }
   void Problem(std::string text) { problems_.push_back(std::move(text)); }
   template <typename T, typename... A>
   T* Make(A&&... args);

@@ -115,8 +115,7 @@ REALpictureStruct* REALNewPicture(int32_t width, int32_t height, int32_t depth) 
   Picture* picture = H().MakeHostPicture(width, height);
   return picture != nullptr ? static_cast<REALpictureStruct*>(picture->handle()) : nullptr;
 }
-bool REALLockPictureDescription(REALpictureStruct* picture, REALpictureDescription* description,
-                                RBPixelType type) {
+bool REALLockPictureDescription(REALpictureStruct* picture, REALpictureDescription* description, RBPixelType type) {
   H().NoteCall("REALLockPictureDescription", picture);
   auto* found = H().FindAs<Picture>(picture);
   return found != nullptr && found->Lock(description, type, H().config().lend_true_color);
@@ -138,8 +137,8 @@ REALobjectStruct* REALGetPictureGraphics(REALpictureStruct* picture) {
 }
 // Draws `image` into the graphics object's picture: the sw × sh area at (sx, sy) of the
 // image fills the w × h area at (x, y), scaled by nearest pixel.
-void DrawPicture(REALobjectStruct* graphics, REALpictureStruct* image, int32_t x, int32_t y, int32_t w,
-                 int32_t h, int32_t sx, int32_t sy, int32_t sw, int32_t sh) {
+void DrawPicture(REALobjectStruct* graphics, REALpictureStruct* image, int32_t x, int32_t y, int32_t w, int32_t h,
+                 int32_t sx, int32_t sy, int32_t sw, int32_t sh) {
   H().NoteCall("DrawPicture", graphics);
   auto* target = H().FindAs<Graphics>(graphics);
   auto* source = H().FindAs<Picture>(image);
@@ -205,12 +204,11 @@ void* HostFunctionAddress(const char* name, bool failing) {
     void* address;
     void* failing;
   };
-#define PIXELBRIDGE_HOST_ENTRY(wrapper, lookup, result, parameters)                     \
+#define PIXELBRIDGE_HOST_ENTRY(wrapper, lookup, result, parameters)                   \
   {lookup, reinterpret_cast<void*>(static_cast<result(*) parameters>(&abi::wrapper)), \
    reinterpret_cast<void*>(static_cast<result(*) parameters>(&failing::wrapper::Call))},
-  static const Entry kTable[] = {
-      PIXELBRIDGE_DIRECT_HOST_FUNCTIONS(PIXELBRIDGE_HOST_ENTRY)
-      PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELBRIDGE_HOST_ENTRY)};
+  static const Entry kTable[] = {PIXELBRIDGE_DIRECT_HOST_FUNCTIONS(PIXELBRIDGE_HOST_ENTRY)
+                                     PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELBRIDGE_HOST_ENTRY)};
 #undef PIXELBRIDGE_HOST_ENTRY
   // By name, hashed: plug-ins look their functions up anew for every host.
   static const std::unordered_map<std::string_view, const Entry*> kByName = [] {

@@ -28,9 +28,7 @@ class Host;
 
 class Object {
  public:
-  explicit Object(std::string className) : class_name_(std::move(className)) {
-    handle_.owner = this;
-  }
+  explicit Object(std::string className) : class_name_(std::move(className)) { handle_.owner = this; }
   virtual ~Object() = default;
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
@@ -47,9 +45,7 @@ class Object {
   virtual bool GetInt(const std::string& /*name*/, int32_t* /*value*/) { return false; }
   virtual bool GetBool(const std::string& /*name*/, bool* /*value*/) { return false; }
   virtual bool SetInt(const std::string& /*name*/, int32_t /*value*/) { return false; }
-  virtual bool SetString(Host& /*host*/, const std::string& /*name*/, class String* /*value*/) {
-    return false;
-  }
+  virtual bool SetString(Host& /*host*/, const std::string& /*name*/, class String* /*value*/) { return false; }
   // Gives back the references this object holds on others, before it is destroyed.
   virtual void ReleaseHeld(Host& /*host*/) {}
 

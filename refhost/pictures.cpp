@@ -90,9 +90,9 @@ Picture::Picture(const PictureSetup& setup) : Object("Picture"), setup_(setup) {
       bytes_per_pixel_ = bits / 8;
       bytes_per_row_ = static_cast<size_t>(setup.width) * bytes_per_pixel_ + static_cast<size_t>(setup.row_padding);
       pixels_ = std::make_unique<GuardedBuffer>(bytes_per_row_ * static_cast<size_t>(setup.height), 0);
-      context_ = CGBitmapContextCreate(pixels_->data(), static_cast<size_t>(setup.width),
-                                       static_cast<size_t>(setup.height), setup.bits_per_component,
-                                       bytes_per_row_, nullptr, setup.alpha_info);
+      context_ =
+          CGBitmapContextCreate(pixels_->data(), static_cast<size_t>(setup.width), static_cast<size_t>(setup.height),
+                                setup.bits_per_component, bytes_per_row_, nullptr, setup.alpha_info);
       break;
     }
     case PictureKind::TrueColor:
@@ -117,7 +117,8 @@ void Picture::Fill(Rgba colour) {
   const size_t pixel = pixels_ ? bytes_per_pixel_ : 4;
   const size_t row = pixel * static_cast<size_t>(setup_.width);
   auto rowOf = [&](int32_t y) -> uint8_t* {
-    return pixels_ ? bitmap_row(y) : reinterpret_cast<uint8_t*>(store_->record()->tpixels ? store_->record()->tpixels[y] : nullptr);
+    return pixels_ ? bitmap_row(y)
+                   : reinterpret_cast<uint8_t*>(store_->record()->tpixels ? store_->record()->tpixels[y] : nullptr);
   };
   if (rowOf(0) == nullptr) return;  // palette images stay as made
   for (size_t x = pixel; x < row; x += pixel) memcpy(rowOf(0) + x, rowOf(0), pixel);

@@ -14,9 +14,7 @@ namespace refhost {
 
 struct Rgba {
   uint8_t r = 0, g = 0, b = 0, a = 255;
-  bool operator==(const Rgba& other) const {
-    return r == other.r && g == other.g && b == other.b && a == other.a;
-  }
+  bool operator==(const Rgba& other) const { return r == other.r && g == other.g && b == other.b && a == other.a; }
   bool operator!=(const Rgba& other) const { return !(*this == other); }
 };
 
@@ -26,13 +24,13 @@ struct PictureSetup {
   PictureKind kind = PictureKind::Bitmap;
   int32_t width = 1;
   int32_t height = 1;
-  bool has_alpha = false;          // the "HasAlphaChannel" property
-  uint32_t alpha_info = 6;         // bitmap: the context's alpha info, 0 to 7
-  size_t bits_per_component = 8;   // bitmap: 8 makes 32-bit pixels (24-bit with alpha info 0)
-  int32_t row_padding = 0;         // bitmap: bytes after each row's pixels
-  bool palette = false;            // true colour: a palette image, which can't be opened
-  bool true_color_flag = true;     // true colour: the image record's flag
-  bool refuse_locks = false;       // every pixel lock is refused
+  bool has_alpha = false;         // the "HasAlphaChannel" property
+  uint32_t alpha_info = 6;        // bitmap: the context's alpha info, 0 to 7
+  size_t bits_per_component = 8;  // bitmap: 8 makes 32-bit pixels (24-bit with alpha info 0)
+  int32_t row_padding = 0;        // bitmap: bytes after each row's pixels
+  bool palette = false;           // true colour: a palette image, which can't be opened
+  bool true_color_flag = true;    // true colour: the image record's flag
+  bool refuse_locks = false;      // every pixel lock is refused
   Rgba fill{255, 255, 255, 255};
 };
 
@@ -49,9 +47,9 @@ class TrueColorStore {
 
  private:
   TrueColorImage* record_ = nullptr;
-  std::unique_ptr<GuardedBuffer> rows_;        // without gd: the pixels
-  std::vector<int32_t*> row_table_;            // without gd: the row table
-  std::vector<unsigned char*> palette_rows_;   // without gd: palette rows
+  std::unique_ptr<GuardedBuffer> rows_;       // without gd: the pixels
+  std::vector<int32_t*> row_table_;           // without gd: the row table
+  std::vector<unsigned char*> palette_rows_;  // without gd: palette rows
 };
 
 class Picture : public Object {

@@ -37,10 +37,10 @@ Picture* LoadPng(Host& host, const std::string& path, PictureSetup setup, std::s
     for (int x = 0; x < setup.width; ++x) {
       const int pixel = gdImageGetTrueColorPixel(image.get(), x, y);
       const int alpha = gdTrueColorGetAlpha(pixel);  // 0 opaque … 127 transparent
-      picture->SetPixel(x, y,
-                        Rgba{static_cast<uint8_t>(gdTrueColorGetRed(pixel)), static_cast<uint8_t>(gdTrueColorGetGreen(pixel)),
-                             static_cast<uint8_t>(gdTrueColorGetBlue(pixel)),
-                             static_cast<uint8_t>(255 - (alpha * 255 + 63) / 127)});
+      picture->SetPixel(
+          x, y,
+          Rgba{static_cast<uint8_t>(gdTrueColorGetRed(pixel)), static_cast<uint8_t>(gdTrueColorGetGreen(pixel)),
+               static_cast<uint8_t>(gdTrueColorGetBlue(pixel)), static_cast<uint8_t>(255 - (alpha * 255 + 63) / 127)});
     }
   }
   return picture;
@@ -63,7 +63,8 @@ bool SavePng(const Picture& picture, const std::string& path, std::string* error
   int size = 0;
   void* bytes = gdImagePngPtr(image.get(), &size);
   std::unique_ptr<FILE, FileCloser> file(fopen(path.c_str(), "wb"));
-  const bool written = bytes != nullptr && file && fwrite(bytes, 1, static_cast<size_t>(size), file.get()) == static_cast<size_t>(size);
+  const bool written =
+      bytes != nullptr && file && fwrite(bytes, 1, static_cast<size_t>(size), file.get()) == static_cast<size_t>(size);
   gdFree(bytes);
   if (!written && error) *error = "cannot write " + path;
   return written;

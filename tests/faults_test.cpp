@@ -48,16 +48,18 @@ std::vector<SceneCall> Scene(HostKind kind) {
   std::vector<SceneCall> scene;
   for (int number = 1; number <= pixeltest::kMethodCount; ++number) {
     const std::string declaration = pixeltest::DeclarationOf(number);
-    const bool copy = number <= pixeltest::kCopyCount, fromBlock = declaration.find("as memoryblock") != std::string::npos;
+    const bool copy = number <= pixeltest::kCopyCount,
+               fromBlock = declaration.find("as memoryblock") != std::string::npos;
     const bool arrays = declaration.find("Red()") != std::string::npos;
     const bool dest = declaration.find("dest as") != std::string::npos;
     std::string args = std::to_string(number) + " offset=3 PixelByteSize=2 LittleEndian=1 ";
     args += copy ? "MaskForAlpha=" + picture + ":alpha:format1 AlphaValue=0x80 Yield=-1 picture="
                  : std::string("dest=8x6 width=4 height=3 FlipVertically=1 ") +
-                       (arrays ? "Red=255,128,7,0,1000 Blue=0,10,-7 Green=empty" : "Red=300 Blue=128 Green=256") + " source=";
+                       (arrays ? "Red=255,128,7,0,1000 Blue=0,10,-7 Green=empty" : "Red=300 Blue=128 Green=256") +
+                       " source=";
     const unsigned sound = copy ? kOpens | kBlockAddress | kBlockSize
-                                : kOpens | (dest ? kDest : kNewPicture) | (fromBlock ? kBlockAddress | kBlockSize : 0u) |
-                                      (arrays ? kArrays : 0u);
+                                : kOpens | (dest ? kDest : kNewPicture) |
+                                      (fromBlock ? kBlockAddress | kBlockSize : 0u) | (arrays ? kArrays : 0u);
     const unsigned method = copy ? kOfPicture : kGlobal;
     const auto add = [&](const std::string& line, unsigned touches) {
       scene.push_back({line, method | touches, pixeltest::ParseCall(line)});
@@ -170,7 +172,8 @@ void ExpectDegradesGracefully(const FaultCase& fault, HostKind kind) {
         for (const std::string& rule : ran.broken) ADD_FAILURE() << rule;
         if (!(effect.leaks && (touches & kRaises))) pixeltest::ExpectBalanced(ran.result);
         if ((touches & (effect.breaks | effect.changes)) == 0) {
-          EXPECT_TRUE(ran.failed == sound[i].failed && ran.exception == sound[i].exception && ran.bytes == sound[i].bytes)
+          EXPECT_TRUE(ran.failed == sound[i].failed && ran.exception == sound[i].exception &&
+                      ran.bytes == sound[i].bytes)
               << "differs from a sound host: " << ran.exception;
           continue;
         }

@@ -11,10 +11,8 @@ using pixeltest::kCopyCount;
 TEST(Methods, CaseTable) {
   std::vector<std::pair<refhost::HostConfig, std::vector<std::string>>> hosts;
   for (const std::string& line : pixeltest::DataLines("calls.txt")) {
-    if (line.rfind("host ", 0) == 0)
-      hosts.push_back({pixeltest::ParseHost(line, PIXELBRIDGE_PLUGIN), {}});
-    else
-      hosts.back().second.push_back(line);
+    if (line.rfind("host ", 0) == 0) hosts.push_back({pixeltest::ParseHost(line, PIXELBRIDGE_PLUGIN), {}});
+    else hosts.back().second.push_back(line);
   }
   for (const auto& [config, calls] : hosts)
     pixeltest::InHost(config, [&](refhost::Host& host) {
@@ -31,7 +29,8 @@ TEST(Methods, EveryMethodOnEveryPictureFormat) {
     SCOPED_TRACE(format);
     refhost::HostConfig config =
         pixeltest::ProbeConfig(format == "truecolour" ? refhost::HostKind::Console : refhost::HostKind::Desktop);
-    if (format.find("format") != std::string::npos) config.new_picture_alpha_info = uint32_t(format[format.find("format") + 6] - '0');
+    if (format.find("format") != std::string::npos)
+      config.new_picture_alpha_info = uint32_t(format[format.find("format") + 6] - '0');
     pixeltest::InHost(config, [&](refhost::Host& host) {
       pixeltest::ForEachSimdLevel(host, [&] {
         for (int number = 1; number <= pixeltest::kMethodCount; ++number) {
@@ -64,10 +63,9 @@ TEST(Methods, HostCallsInOrder) {
     pixeltest::ExpectCall(host, "5 picture=2x2 AlphaValue=0 -> true");  // settles the host kind
     host.ClearLog();
     pixeltest::ExpectCall(host, "5 picture=2x2 AlphaValue=0 -> true");
-    EXPECT_EQ(host.CallNames(),
-              (std::vector<std::string>{"REALGetPropValueBool", "REALLockPictureDescription", "REALLockObject",
-                                        "memoryBlockGetPtr", "memoryBlockGetSize", "unlockPictureDescription",
-                                        "REALUnlockObject"}));
+    EXPECT_EQ(host.CallNames(), (std::vector<std::string>{"REALGetPropValueBool", "REALLockPictureDescription",
+                                                          "REALLockObject", "memoryBlockGetPtr", "memoryBlockGetSize",
+                                                          "unlockPictureDescription", "REALUnlockObject"}));
     host.ClearLog();
     pixeltest::ExpectCall(host, "30 width=3 height=2 -> picture");
     EXPECT_EQ(host.CallNames(),
@@ -80,23 +78,26 @@ TEST(Methods, HostCallsInOrder) {
 // Without DrawPicture nor a true-colour rendering to lend, a copy of a vector picture stays
 // as the host made it (white).
 TEST(Methods, CopyOfAPictureTheHostCantDrawNorLend) {
-  pixeltest::InHost(pixeltest::ParseHost("host desktop version=2011 no-draw", PIXELBRIDGE_PLUGIN), [](refhost::Host& host) {
-    const pixeltest::CallOutcome ran = pixeltest::ExpectCall(host, "1 picture=6x3:vector");
-    EXPECT_TRUE(ran.result.boolean && ran.result.problems.empty());
-    EXPECT_EQ(std::vector<uint8_t>(ran.bytes.begin(), ran.bytes.end() - 1), std::vector<uint8_t>(6 * 3 * 3, 255));
-    EXPECT_EQ(host.CallCount("unlockPictureDescription"), 3) << "after the refused bitmap and true-colour locks, and its own";
-  });
+  pixeltest::InHost(
+      pixeltest::ParseHost("host desktop version=2011 no-draw", PIXELBRIDGE_PLUGIN), [](refhost::Host& host) {
+        const pixeltest::CallOutcome ran = pixeltest::ExpectCall(host, "1 picture=6x3:vector");
+        EXPECT_TRUE(ran.result.boolean && ran.result.problems.empty());
+        EXPECT_EQ(std::vector<uint8_t>(ran.bytes.begin(), ran.bytes.end() - 1), std::vector<uint8_t>(6 * 3 * 3, 255));
+        EXPECT_EQ(host.CallCount("unlockPictureDescription"), 3)
+            << "after the refused bitmap and true-colour locks, and its own";
+      });
 }
 
 // A host that answers for no application class is asked again at each open, three classes
 // each time, until a granted lock settles its kind.
 TEST(Methods, HostKindAskedUntilALockIsGranted) {
-  pixeltest::InHost(pixeltest::ParseHost("host desktop lacking=pluginObjectType", PIXELBRIDGE_PLUGIN), [](refhost::Host& host) {
-    pixeltest::ExpectCall(host, "1 picture=2x2:alpha:refuse -> false");
-    pixeltest::ExpectCall(host, "1 picture=2x2 -> true");
-    pixeltest::ExpectCall(host, "1 picture=2x2 -> true");
-    EXPECT_EQ(host.LookupCount("pluginObjectType"), 6);
-  });
+  pixeltest::InHost(pixeltest::ParseHost("host desktop lacking=pluginObjectType", PIXELBRIDGE_PLUGIN),
+                    [](refhost::Host& host) {
+                      pixeltest::ExpectCall(host, "1 picture=2x2:alpha:refuse -> false");
+                      pixeltest::ExpectCall(host, "1 picture=2x2 -> true");
+                      pixeltest::ExpectCall(host, "1 picture=2x2 -> true");
+                      EXPECT_EQ(host.LookupCount("pluginObjectType"), 6);
+                    });
 }
 
 }  // namespace

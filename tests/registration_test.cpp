@@ -29,21 +29,33 @@ TEST(Registration, RecordsFollowTheHostVersion) {
     int32_t control;
     uintptr_t flags;
   };
-  const Case cases[] = {{2013.03, nullptr, 12, 4},  {2013.02999, nullptr, 11, 4},        {2013.0, nullptr, 11, 4},
-                        {2012.0, nullptr, 10, 4},   {2011.99, nullptr, 9, 4},           {2010.029, nullptr, 9, 4},
-                        {2010.028, nullptr, 9, 0},  {2013.03, "REALGetRBVersion", 9, 0}, {2013.03, "RegisterPluginVersion", 12, 4}};
+  const Case cases[] = {{2013.03, nullptr, 12, 4},
+                        {2013.02999, nullptr, 11, 4},
+                        {2013.0, nullptr, 11, 4},
+                        {2012.0, nullptr, 10, 4},
+                        {2011.99, nullptr, 9, 4},
+                        {2010.029, nullptr, 9, 4},
+                        {2010.028, nullptr, 9, 0},
+                        {2013.03, "REALGetRBVersion", 9, 0},
+                        {2013.03, "RegisterPluginVersion", 12, 4}};
   const std::vector<std::string> declarations = pixeltest::DataLines("declarations.txt");
   ASSERT_EQ(declarations.size(), 50u);
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << "host " << c.version << " lacking " << (c.lacking ? c.lacking : "nothing"));
     InHost(AtVersion(c.version, c.lacking), [&](Host& host) {
       EXPECT_EQ(host.control_version(), c.lacking && std::string(c.lacking) == "RegisterPluginVersion"
-                                            ? std::nullopt : std::optional<int32_t>(c.control));
+                                            ? std::nullopt
+                                            : std::optional<int32_t>(c.control));
       ASSERT_EQ(host.class_registrations(), 1);
       const std::vector<uintptr_t>& words = host.class_words();
       EXPECT_STREQ(reinterpret_cast<const char*>(words.at(1)), "Picture");
       for (size_t i = 0; i < words.size(); ++i)
-        EXPECT_TRUE(i == 1 || i == 9 || words[i] == (i == 0 ? uintptr_t(c.control) : i == 10 ? 18u : i == 20 ? c.flags : 0u)) << i;
+        EXPECT_TRUE(i == 1 || i == 9 ||
+                    words[i] == (i == 0    ? uintptr_t(c.control)
+                                 : i == 10 ? 18u
+                                 : i == 20 ? c.flags
+                                           : 0u))
+            << i;
       const size_t stride = c.control == 9 ? 4 : 6;
       const auto* methods = reinterpret_cast<const uintptr_t*>(words[9]);
       for (size_t m = 0; m < 18; ++m) {
@@ -68,7 +80,8 @@ TEST(Registration, RecordsFollowTheHostVersion) {
 // first, then the class, then the globals in order.
 TEST(Registration, LookupsCachedOnceFoundRepeatedWhileMissing) {
   InHost(AtVersion(2013.03), [](Host& host) {
-    for (const char* name : {"RegisterPluginVersion", "REALGetRBVersion", "PluginRegisterMethod", "PluginRegisterClassExtension"})
+    for (const char* name :
+         {"RegisterPluginVersion", "REALGetRBVersion", "PluginRegisterMethod", "PluginRegisterClassExtension"})
       EXPECT_EQ(host.LookupCount(name), 1) << name;
     std::vector<std::string> calls = host.CallNames();
     ASSERT_EQ(calls.size(), 35u);
@@ -93,15 +106,18 @@ TEST(Registration, Version9AllocationFailureSkipsOnlyTheClass) {
     HostConfig config = pixeltest::ProbeConfig();
     config.version = 2011.0;
     pixeltest::InChild([&] {
-      pixeltest::WithHost(config, [&](Host& host) {
-        pixeltest::Probe<void (*)(int)>(host, "PixelbridgeProbeFailAllocationsFrom")(failingCall);
-        std::string error;
-        ASSERT_TRUE(host.Start(&error)) << error;
-        pixeltest::Probe<void (*)(int)>(host, "PixelbridgeProbeFailAllocationsFrom")(0);
-        EXPECT_EQ(host.class_registrations(), 0);
-        EXPECT_EQ(host.global_methods().size(), 32u);
-        EXPECT_EQ(host.control_version(), 9);
-      }, false);
+      pixeltest::WithHost(
+          config,
+          [&](Host& host) {
+            pixeltest::Probe<void (*)(int)>(host, "PixelbridgeProbeFailAllocationsFrom")(failingCall);
+            std::string error;
+            ASSERT_TRUE(host.Start(&error)) << error;
+            pixeltest::Probe<void (*)(int)>(host, "PixelbridgeProbeFailAllocationsFrom")(0);
+            EXPECT_EQ(host.class_registrations(), 0);
+            EXPECT_EQ(host.global_methods().size(), 32u);
+            EXPECT_EQ(host.control_version(), 9);
+          },
+          false);
     });
   }
 }

@@ -37,8 +37,7 @@ bool ScreenCopyRequest(const CopyRequest& request) {
   if (request.destRowBytes < 0 || request.startLine < 0 || request.endLine < -1) return false;
   if (request.picture == nullptr) return RaiseException(kNilObjectException, kPictureIsNil), false;
   const bool maskMissing = request.withMask && request.mask == nullptr;
-  if (request.maskCheckedFirst && maskMissing)
-    return RaiseException(kNilObjectException, kMaskPictureIsNil), false;
+  if (request.maskCheckedFirst && maskMissing) return RaiseException(kNilObjectException, kMaskPictureIsNil), false;
   if (request.block == nullptr) return RaiseException(kNilObjectException, kMemoryblockIsNil), false;
   if (maskMissing) return RaiseException(kNilObjectException, kMaskPictureIsNil), false;
   if (request.offset < 0) return RaiseException(kUnsupportedOperationException, kOffsetTooSmall), false;
@@ -90,7 +89,8 @@ bool CopyPictureLines(const CopyRequest& request) {
   const auto gapless = [](const PictureEditor& editor) {
     return editor.PixelFormat != kFormatRowTable && editor.RowBytes == int64_t{editor.Width} * 4;
   };
-  const bool maskAlongside = !request.withMask || (gapless(mask) && mask.Width == source.Width && lines.last < source.Height);
+  const bool maskAlongside =
+      !request.withMask || (gapless(mask) && mask.Width == source.Width && lines.last < source.Height);
   if (request.yield == 0 && gapless(source) && maskAlongside && pitch == lineBytes && total <= INT32_MAX) {
     if (total > 0) copyRow(source.CurrentRow, mask.CurrentRow, destination, static_cast<int32_t>(total));
     return true;

@@ -42,8 +42,11 @@ struct SourceBytes {
 };
 inline SourceBytes SourceBytesOf(FormatGroup group) {
   switch (group) {
-    case FormatGroup::kAlphaFirst: return {1, 2, 3};
-    case FormatGroup::kRowTable: return {2, 1, 0};
-    default: return {0, 1, 2};
+    case FormatGroup::kAlphaFirst:
+      return {1, 2, 3};
+    case FormatGroup::kRowTable:
+      return {2, 1, 0};
+    default:
+      return {0, 1, 2};
   }
 }

@@ -7,11 +7,21 @@ CopyRowPlan PlanCopyRow(const CopyLayout& layout, FormatGroup source, FormatGrou
   CopyRowPlan plan{};
   for (int k = 0; k < 4; ++k) {
     switch (layout.bytes[k]) {
-      case OutByte::kRed: plan.from[k] = static_cast<int8_t>(bytes.red); break;
-      case OutByte::kGreen: plan.from[k] = static_cast<int8_t>(bytes.green); break;
-      case OutByte::kBlue: plan.from[k] = static_cast<int8_t>(bytes.blue); break;
-      case OutByte::kAlpha: plan.from[k] = CopyRowPlan::kFromAlpha; break;
-      case OutByte::kKeep: plan.from[k] = CopyRowPlan::kKeep; break;
+      case OutByte::kRed:
+        plan.from[k] = static_cast<int8_t>(bytes.red);
+        break;
+      case OutByte::kGreen:
+        plan.from[k] = static_cast<int8_t>(bytes.green);
+        break;
+      case OutByte::kBlue:
+        plan.from[k] = static_cast<int8_t>(bytes.blue);
+        break;
+      case OutByte::kAlpha:
+        plan.from[k] = CopyRowPlan::kFromAlpha;
+        break;
+      case OutByte::kKeep:
+        plan.from[k] = CopyRowPlan::kKeep;
+        break;
     }
   }
   plan.stride = layout.bytesPerPixel != 0 ? layout.bytesPerPixel : pixelByteSize;
@@ -63,8 +73,7 @@ void CopyFourBytesRow_C(const uint8_t* src, const uint8_t* mask, uint8_t* dst, i
   FourBytesRow<false>(src, mask, dst, width, plan);
 }
 
-void CopyMaskAlphaRow_C(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width,
-                        const CopyRowPlan& plan) {
+void CopyMaskAlphaRow_C(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t width, const CopyRowPlan& plan) {
   FourBytesRow<true>(src, mask, dst, width, plan);
 }
 

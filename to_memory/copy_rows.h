@@ -10,11 +10,11 @@
 struct CopyRowPlan {
   static constexpr int8_t kFromAlpha = 4;  // the constant (or mask) alpha
   static constexpr int8_t kKeep = -1;      // not written
-  int8_t from[4];        // per written byte: source byte 0 to 3, kFromAlpha or kKeep
-  int32_t stride;        // bytes from one written pixel to the next
-  uint8_t alpha;         // constant alpha
-  uint8_t maskGreen;     // the mask pixel's green byte
-  PixelMap map;          // the same as a byte map, for the SIMD kernels
+  int8_t from[4];                          // per written byte: source byte 0 to 3, kFromAlpha or kKeep
+  int32_t stride;                          // bytes from one written pixel to the next
+  uint8_t alpha;                           // constant alpha
+  uint8_t maskGreen;                       // the mask pixel's green byte
+  PixelMap map;                            // the same as a byte map, for the SIMD kernels
 };
 
 // src: `width` 32-bit pixels; mask: the mask's row (mask layouts only); dst: the line.

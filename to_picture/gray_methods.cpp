@@ -110,12 +110,12 @@ REALpictureStruct* ArgbX(typename Source::Handle source, int32_t offset, int32_t
   return WithDest<Source, source_layouts::kARGB>(nullptr, source, offset, width, height);
 }
 
-#define PIXELBRIDGE_INSTANTIATE(Source)                                                                   \
-  template REALpictureStruct* Gray<Source>(Source::Handle, int32_t, int32_t, int32_t, int32_t);            \
-  template REALpictureStruct* GrayTint<Source>(Source::Handle, int32_t, int32_t, int32_t, int32_t, int32_t, \
-                                               int32_t, int32_t);                                          \
-  template REALpictureStruct* GrayMapped<Source>(Source::Handle, int32_t, int32_t, int32_t, int32_t,        \
-                                                 REALarrayInteger*, REALarrayInteger*, REALarrayInteger*); \
+#define PIXELBRIDGE_INSTANTIATE(Source)                                                                              \
+  template REALpictureStruct* Gray<Source>(Source::Handle, int32_t, int32_t, int32_t, int32_t);                      \
+  template REALpictureStruct* GrayTint<Source>(Source::Handle, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t, \
+                                               int32_t);                                                             \
+  template REALpictureStruct* GrayMapped<Source>(Source::Handle, int32_t, int32_t, int32_t, int32_t,                 \
+                                                 REALarrayInteger*, REALarrayInteger*, REALarrayInteger*);           \
   template REALpictureStruct* ArgbX<Source>(Source::Handle, int32_t, int32_t, int32_t, signed char);
 PIXELBRIDGE_INSTANTIATE(FromBlock)
 PIXELBRIDGE_INSTANTIATE(FromPtr)

@@ -31,10 +31,10 @@ struct GrayTables {
 // Everything a row kernel needs, settled once per call. A written pixel is the 32-bit word
 // (R << redShift) | (G << greenShift) | (B << blueShift) | opaque, stored in native order.
 struct PictureRowPlan {
-  int32_t stride;  // source bytes from one pixel (or sample) to the next
+  int32_t stride;            // source bytes from one pixel (or sample) to the next
   uint8_t red, green, blue;  // colour sources: where each channel sits in a pixel
   uint8_t redShift, greenShift, blueShift;
-  uint32_t opaque;  // the alpha (or filler) bits of an opaque pixel in the writer's format
+  uint32_t opaque;           // the alpha (or filler) bits of an opaque pixel in the writer's format
   const GrayTables* tables;  // gray sources
   bool plainGray;            // gray sources whose tables map every sample to itself
 };

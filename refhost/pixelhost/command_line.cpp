@@ -65,8 +65,8 @@ int32_t ParseInt(const std::string& text, const std::string& what) {
   char* end = nullptr;
   errno = 0;
   const long long value = strtoll(text.c_str(), &end, 10);
-  if (text.empty() || isspace(static_cast<unsigned char>(text[0])) || *end != '\0' || errno != 0 ||
-      value < INT32_MIN || value > INT32_MAX)
+  if (text.empty() || isspace(static_cast<unsigned char>(text[0])) || *end != '\0' || errno != 0 || value < INT32_MIN ||
+      value > INT32_MAX)
     throw UsageError(what + " wants a 32-bit integer, not \"" + text + "\"");
   return static_cast<int32_t>(value);
 }

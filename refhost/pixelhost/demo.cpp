@@ -130,12 +130,9 @@ std::string Demo::ReadBack(const std::string& name, const NamedArgs& args, const
 Demo::Outcome Demo::Copy(const MethodShape& shape, const std::string& png) {
   const std::string bytes = shape.Bytes();
   auto* block = Hold(host_.NewMemoryBlock(static_cast<size_t>(kCardWidth) * kCardHeight * bytes.size(), kPad));
-  const NamedArgs args{{"destination", block},
-                       {"offset", 0},
-                       {"AlphaValue", kAlpha},
-                       {"MaskForAlpha", mask_},
-                       {"LittleEndian", Arg::Bool(1)},
-                       {"PixelByteSize", kStride}};
+  const NamedArgs args{{"destination", block},         {"offset", 0},
+                       {"AlphaValue", kAlpha},         {"MaskForAlpha", mask_},
+                       {"LittleEndian", Arg::Bool(1)}, {"PixelByteSize", kStride}};
   Outcome outcome;
   outcome.bytes = block->size();
   const refhost::CallResult result = Timed(*shape.method, card_, args, &outcome.ms);
@@ -159,28 +156,30 @@ Demo::Outcome Demo::Copy(const MethodShape& shape, const std::string& png) {
   };
   if (bytes.size() == static_cast<size_t>(kStride)) {  // one channel a sample
     const char channel = bytes[0];
-    outcome.problem = ReadBack("MemoryblockGrayToPictureQZV", samples(0, kStride), [channel](int32_t x, int32_t y) {
-      return Gray(Channel(CardColour(x, y), channel));
-    }, png);
+    outcome.problem = ReadBack(
+        "MemoryblockGrayToPictureQZV", samples(0, kStride),
+        [channel](int32_t x, int32_t y) { return Gray(Channel(CardColour(x, y), channel)); }, png);
   } else {
     std::string reader = bytes;
     std::replace(reader.begin(), reader.end(), 'X', 'A');  // pad bytes sit where alpha is not read
     outcome.problem = ReadBack("Memoryblock" + reader + "toPictureQZV", whole, CardColour, png);
   }
   if (outcome.problem.empty() && masked)  // the alpha the mask gave, as gray
-    outcome.problem = ReadBack("MemoryblockGrayToPictureQZV", samples(bytes.find('A'), bytes.size()),
-                               [&alpha](int32_t x, int32_t y) { return Gray(alpha(x, y)); },
-                               png.substr(0, png.size() - 4) + "-alpha.png");
+    outcome.problem = ReadBack(
+        "MemoryblockGrayToPictureQZV", samples(bytes.find('A'), bytes.size()),
+        [&alpha](int32_t x, int32_t y) { return Gray(alpha(x, y)); }, png.substr(0, png.size() - 4) + "-alpha.png");
   return outcome;
 }
 
 // Card in the method's bytes → picture through the method, compared with the card.
 Demo::Outcome Demo::Convert(const MethodShape& shape, const std::string& png) {
-  const std::vector<uint8_t> source = CardBytes(shape.Bytes(), [](int32_t, int32_t) { return uint8_t{0}; }, kJunk);
+  const std::vector<uint8_t> source = CardBytes(
+      shape.Bytes(), [](int32_t, int32_t) { return uint8_t{0}; }, kJunk);
   auto* block = Hold(host_.NewMemoryBlock(kSourceOffset + source.size(), kJunk));
   memcpy(block->data() + kSourceOffset, source.data(), source.size());
   Picture* dest = nullptr;
-  if (shape.Has("dest")) dest = Hold(session_.NewPicture(kCardWidth + kDestMargin, kCardHeight + kDestMargin, kDestFill));
+  if (shape.Has("dest"))
+    dest = Hold(session_.NewPicture(kCardWidth + kDestMargin, kCardHeight + kDestMargin, kDestFill));
   const bool flip = shape.Has("FlipVertically") && dest == nullptr;
   NamedArgs args{{"dest", dest},
                  {"source", shape.fromPtr ? Arg::Ptr(block->data()) : Arg(block)},

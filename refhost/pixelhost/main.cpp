@@ -45,7 +45,8 @@ int main(int argc, char** argv) {
                                   std::to_string(line.operands().size()));
     return command->run(line);
   } catch (const pixelhost::UsageError& error) {
-    fprintf(stderr, "pixelhost: %s\nusage: pixelhost %s %s\n", error.what(), command->name.c_str(), command->usage.c_str());
+    fprintf(stderr, "pixelhost: %s\nusage: pixelhost %s %s\n", error.what(), command->name.c_str(),
+            command->usage.c_str());
     return 2;
   } catch (const pixelhost::Failure& error) {
     if (error.what()[0] != '\0') fprintf(stderr, "pixelhost: %s\n", error.what());

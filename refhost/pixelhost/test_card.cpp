@@ -16,15 +16,17 @@ std::string Describe(refhost::Rgba colour) {
 }  // namespace
 
 refhost::Rgba CardColour(int32_t x, int32_t y) {
-  static const refhost::Rgba kBars[] = {{255, 255, 255, 255}, {255, 255, 0, 255}, {0, 255, 255, 255},
-                                        {0, 255, 0, 255},     {255, 0, 255, 255}, {255, 0, 0, 255},
-                                        {0, 0, 255, 255},     {0, 0, 0, 255}};
+  static const refhost::Rgba kBars[] = {{255, 255, 255, 255}, {255, 255, 0, 255}, {0, 255, 255, 255}, {0, 255, 0, 255},
+                                        {255, 0, 255, 255},   {255, 0, 0, 255},   {0, 0, 255, 255},   {0, 0, 0, 255}};
   const int32_t band = y * 8 / kCardHeight;
   const uint8_t ramp = Ramp(x, kCardWidth);
   switch (band) {
-    case 4: return {ramp, 0, 0, 255};
-    case 5: return {0, ramp, 0, 255};
-    case 6: return {0, 0, ramp, 255};
+    case 4:
+      return {ramp, 0, 0, 255};
+    case 5:
+      return {0, ramp, 0, 255};
+    case 6:
+      return {0, 0, ramp, 255};
     case 7:
       if (x < kCardWidth / 2) {
         const uint8_t gray = Ramp(x, kCardWidth / 2);
@@ -32,7 +34,8 @@ refhost::Rgba CardColour(int32_t x, int32_t y) {
       }
       return {static_cast<uint8_t>(x * 7 + y * 3), static_cast<uint8_t>(x * 3 + y * 11 + 85),
               static_cast<uint8_t>((x ^ y) * 5 + 170), 255};
-    default: return kBars[x * 8 / kCardWidth];
+    default:
+      return kBars[x * 8 / kCardWidth];
   }
 }
 
@@ -49,11 +52,21 @@ std::vector<uint8_t> CardBytes(const std::string& layout, const ByteAt& alpha, u
       const refhost::Rgba colour = CardColour(x, y);
       for (char role : layout) {
         switch (role) {
-          case 'R': bytes.push_back(colour.r); break;
-          case 'G': bytes.push_back(colour.g); break;
-          case 'B': bytes.push_back(colour.b); break;
-          case 'A': bytes.push_back(alpha(x, y)); break;
-          default: bytes.push_back(pad); break;
+          case 'R':
+            bytes.push_back(colour.r);
+            break;
+          case 'G':
+            bytes.push_back(colour.g);
+            break;
+          case 'B':
+            bytes.push_back(colour.b);
+            break;
+          case 'A':
+            bytes.push_back(alpha(x, y));
+            break;
+          default:
+            bytes.push_back(pad);
+            break;
         }
       }
     }
@@ -74,8 +87,7 @@ std::string ComparePicture(const refhost::Picture& picture, const ColourAt& expe
   const int32_t height = outside ? picture.height() : kCardHeight;
   const bool sizeOk = outside ? picture.width() >= kCardWidth && picture.height() >= kCardHeight
                               : picture.width() == kCardWidth && picture.height() == kCardHeight;
-  if (!sizeOk)
-    return "the picture is " + std::to_string(picture.width()) + "x" + std::to_string(picture.height());
+  if (!sizeOk) return "the picture is " + std::to_string(picture.width()) + "x" + std::to_string(picture.height());
   for (int32_t y = 0; y < height; ++y) {
     for (int32_t x = 0; x < width; ++x) {
       const bool onCard = x < kCardWidth && y < kCardHeight;

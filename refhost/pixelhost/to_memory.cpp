@@ -57,8 +57,10 @@ int RunToMemory(const CommandLine& line) {
                  {"MaskForAlpha", mask},
                  {"LittleEndian", refhost::Arg::Bool(line.Has("--little-endian"))},
                  {"PixelByteSize", pixelByteSize}};
-  const std::pair<const char*, const char*> passedOn[] = {
-      {"--start-line", "StartLine"}, {"--end-line", "EndLine"}, {"--yield", "Yield"}, {"--dest-row-bytes", "DestRowBytes"}};
+  const std::pair<const char*, const char*> passedOn[] = {{"--start-line", "StartLine"},
+                                                          {"--end-line", "EndLine"},
+                                                          {"--yield", "Yield"},
+                                                          {"--dest-row-bytes", "DestRowBytes"}};
   for (const auto& option : passedOn)
     if (line.Has(option.first)) args.emplace(option.second, line.Int(option.first, 0));
 

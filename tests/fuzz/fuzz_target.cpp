@@ -56,7 +56,8 @@ std::string DecodeHost(FuzzedDataProvider& input) {
   static const char* const kKinds[] = {"desktop", "console", "web"};
   static const char* const kClasses[] = {"RuntimeException", "NilObjectException", "UnsupportedOperationException",
                                          "OutOfBoundsException"};
-  std::string line = std::string("host ") + input.PickValueInArray(kKinds) + " version=" + input.PickValueInArray(kVersions);
+  std::string line =
+      std::string("host ") + input.PickValueInArray(kKinds) + " version=" + input.PickValueInArray(kVersions);
   const std::string lacking = DecodeHostFunctions(input, true), failing = DecodeHostFunctions(input, false);
   if (!lacking.empty()) line += " lacking=" + lacking;
   if (!failing.empty()) line += " failing=" + failing;
@@ -84,19 +85,23 @@ ProgramObjects DecodeObjects(FuzzedDataProvider& input, refhost::Host& host) {
   for (int count = input.ConsumeIntegralInRange(0, 4); count > 0; --count) {
     const int kind = input.ConsumeIntegralInRange(0, 2);  // gd makes no empty images
     std::string spelling = std::to_string(input.ConsumeIntegralInRange(kind == 0 ? 0 : 1, 12)) + "x" +
-                       std::to_string(input.ConsumeIntegralInRange(kind == 0 ? 0 : 1, 12)) +
-                       (kind == 0 ? ":bitmap" : kind == 1 ? ":truecolour" : ":vector") +
-                       ":format" + std::to_string(input.ConsumeIntegralInRange(0, 7)) +
-                       ":pad" + std::to_string(input.ConsumeIntegralInRange(0, 7));
+                           std::to_string(input.ConsumeIntegralInRange(kind == 0 ? 0 : 1, 12)) +
+                           (kind == 0   ? ":bitmap"
+                            : kind == 1 ? ":truecolour"
+                                        : ":vector") +
+                           ":format" + std::to_string(input.ConsumeIntegralInRange(0, 7)) + ":pad" +
+                           std::to_string(input.ConsumeIntegralInRange(0, 7));
     const auto flags = input.ConsumeIntegral<uint8_t>();
     for (const auto& [bit, option] : {std::pair{1, ":alpha"}, {2, ":palette"}, {4, ":noflag"}, {8, ":refuse"}})
       if ((flags & bit) && (bit != 2 || kind == 1)) spelling += option;
     objects.pictures.push_back(pixeltest::NewPicture(host, spelling));
-    objects.described[objects.pictures.back()] = "picture #" + std::to_string(objects.pictures.back()->id()) + " " + spelling;
+    objects.described[objects.pictures.back()] =
+        "picture #" + std::to_string(objects.pictures.back()->id()) + " " + spelling;
   }
   for (int count = input.ConsumeIntegralInRange(0, 4); count > 0; --count) {
     static const size_t kSizes[] = {0, 1, 2, 3, 4, 7, 8, 12, 16, 31, 48, 64, 100, 255, 256, 1000, 4096};
-    const size_t size = input.ConsumeBool() ? input.PickValueInArray(kSizes) : input.ConsumeIntegralInRange<size_t>(0, 600);
+    const size_t size =
+        input.ConsumeBool() ? input.PickValueInArray(kSizes) : input.ConsumeIntegralInRange<size_t>(0, 600);
     refhost::MemoryBlock* block = host.NewMemoryBlock(size);
     const auto seed = input.ConsumeIntegral<uint8_t>();
     for (size_t i = 0; i < size; ++i) block->data()[i] = static_cast<uint8_t>(seed + i * 37);
@@ -105,24 +110,30 @@ ProgramObjects DecodeObjects(FuzzedDataProvider& input, refhost::Host& host) {
   }
   for (int count = input.ConsumeIntegralInRange(0, 3); count > 0; --count) {
     static const size_t kLengths[] = {0, 1, 2, 255, 256, 257, 300};
-    std::vector<int32_t> values(input.ConsumeBool() ? input.PickValueInArray(kLengths) : input.ConsumeIntegralInRange<size_t>(0, 300));
+    std::vector<int32_t> values(input.ConsumeBool() ? input.PickValueInArray(kLengths)
+                                                    : input.ConsumeIntegralInRange<size_t>(0, 300));
     const auto seed = input.ConsumeIntegral<uint32_t>();
     for (size_t i = 0; i < values.size(); ++i) values[i] = static_cast<int32_t>(seed * (i + 1) ^ (i * 7));
     objects.arrays.push_back(host.NewIntArray(values));
-    objects.described[objects.arrays.back()] = "array #" + std::to_string(objects.arrays.back()->id()) + " of " + std::to_string(values.size());
+    objects.described[objects.arrays.back()] =
+        "array #" + std::to_string(objects.arrays.back()->id()) + " of " + std::to_string(values.size());
   }
   return objects;
 }
 
 int32_t DecodeInteger(FuzzedDataProvider& input) {
-  static const int32_t kEdges[] = {0,     1,       -1,        2,         3,             4,            8,
-                                   255,   256,     -2,        32767,     32768,         65535,        -10000,
-                                   65536, 1 << 30, INT32_MAX, INT32_MIN, INT32_MAX - 1, INT32_MIN + 1};
+  static const int32_t kEdges[] = {
+      0,     1,     -1,    2,      3,     4,       8,         255,       256,           -2,
+      32767, 32768, 65535, -10000, 65536, 1 << 30, INT32_MAX, INT32_MIN, INT32_MAX - 1, INT32_MIN + 1};
   switch (input.ConsumeIntegralInRange(0, 3)) {
-    case 0: return input.PickValueInArray(kEdges);
-    case 1: return input.ConsumeIntegral<int32_t>();
-    case 2: return input.ConsumeIntegralInRange(-4, 40);
-    default: return input.ConsumeIntegralInRange(0, 12);
+    case 0:
+      return input.PickValueInArray(kEdges);
+    case 1:
+      return input.ConsumeIntegral<int32_t>();
+    case 2:
+      return input.ConsumeIntegralInRange(-4, 40);
+    default:
+      return input.ConsumeIntegralInRange(0, 12);
   }
 }
 
@@ -133,11 +144,13 @@ class CallRunner {
       : host_(host), input_(input), objects_(objects), echo_(echo) {
     static const std::unordered_map<std::string, int> numbers = [] {
       std::unordered_map<std::string, int> byDeclaration;
-      for (int number = 1; number <= pixeltest::kMethodCount; ++number) byDeclaration[pixeltest::DeclarationOf(number)] = number;
+      for (int number = 1; number <= pixeltest::kMethodCount; ++number)
+        byDeclaration[pixeltest::DeclarationOf(number)] = number;
       return byDeclaration;
     }();
     for (const auto* methods : {&host.picture_methods(), &host.global_methods()})
-      for (const refhost::RegisteredMethod& method : *methods) registered_.push_back({numbers.at(method.declaration), &method});
+      for (const refhost::RegisteredMethod& method : *methods)
+        registered_.push_back({numbers.at(method.declaration), &method});
     // Calls that a copy asked for at its first yield run there, as a host runs its event
     // loop; one level deep.
     host.on_yield = [this] {
@@ -145,8 +158,7 @@ class CallRunner {
       const int count = pending_;
       pending_ = 0;
       ++depth_;
-      for (int i = 0; i < count && RunOne(true); ++i) {
-      }
+      for (int i = 0; i < count && RunOne(true); ++i) {}
       --depth_;
     };
   }
@@ -154,8 +166,7 @@ class CallRunner {
 
   // The first rule a call broke, or empty.
   std::string Run() {
-    for (int call = 0; call < kMostCalls && RunOne(false); ++call) {
-    }
+    for (int call = 0; call < kMostCalls && RunOne(false); ++call) {}
     return broken_;
   }
 
@@ -165,7 +176,8 @@ class CallRunner {
   // page; one byte where nothing is read).
   void Decode(pixeltest::MethodCall& call, const refhost::Parameter& param) {
     if (param.type == ParamType::Integer || param.type == ParamType::Boolean) {
-      call.args[param.name] = std::to_string(param.type == ParamType::Integer ? DecodeInteger(input_) : input_.ConsumeIntegral<uint8_t>());
+      call.args[param.name] =
+          std::to_string(param.type == ParamType::Integer ? DecodeInteger(input_) : input_.ConsumeIntegral<uint8_t>());
     } else if (param.type == ParamType::Ptr) {
       if (input_.ConsumeIntegralInRange(0, 7) == 0) call.args[param.name] = "nil";
     } else if (param.name != "source" || input_.ConsumeBool()) {
@@ -181,7 +193,8 @@ class CallRunner {
   std::string Describe(const pixeltest::MethodCall& call) const {
     std::string text = std::to_string(call.number);
     for (const auto& [name, value] : call.args) text += " " + name + "=" + value;
-    for (const auto& [name, object] : call.objects) text += " " + name + "=" + (object ? "(" + objects_.described.at(object) + ")" : "nil");
+    for (const auto& [name, object] : call.objects)
+      text += " " + name + "=" + (object ? "(" + objects_.described.at(object) + ")" : "nil");
     return text;
   }
 
@@ -197,7 +210,8 @@ class CallRunner {
     const auto integer = [&](const char* name) { return call.args.count(name) ? std::stoll(call.args[name]) : 0; };
     const int64_t read = pixeltest::SourceBytesRead(method->parsed.name, integer("offset"), integer("width"),
                                                     integer("height"), integer("PixelByteSize"));
-    const bool madeToFit = number > pixeltest::kCopyCount && !call.args.count("source") && !call.objects.count("source");
+    const bool madeToFit =
+        number > pixeltest::kCopyCount && !call.args.count("source") && !call.objects.count("source");
     if (madeToFit && (read < 0 || integer("width") > kLargestNewPicture || integer("height") > kLargestNewPicture))
       call.args["source"] = "1";
     if (!nested) {
@@ -229,8 +243,8 @@ class CallRunner {
   const ProgramObjects& objects_;
   bool echo_;
   std::vector<std::pair<int, const refhost::RegisteredMethod*>> registered_;
-  void (*setClock_)(uint32_t, int32_t) =
-      reinterpret_cast<void (*)(uint32_t, int32_t)>(host_.Symbol("PixelbridgeProbeSetClock"));
+  void (*setClock_)(uint32_t,
+                    int32_t) = reinterpret_cast<void (*)(uint32_t, int32_t)>(host_.Symbol("PixelbridgeProbeSetClock"));
   std::string broken_;
   int depth_ = 0, pending_ = 0;
 };

@@ -51,10 +51,8 @@ void InChild(const std::function<void()>& body) {
   }
   int status = 0;
   ASSERT_EQ(waitpid(child, &status, 0), child);
-  if (WIFSIGNALED(status))
-    ADD_FAILURE() << "the host process died of signal " << WTERMSIG(status);
-  else
-    EXPECT_EQ(WEXITSTATUS(status), 0) << "the host process reported failures (above)";
+  if (WIFSIGNALED(status)) ADD_FAILURE() << "the host process died of signal " << WTERMSIG(status);
+  else EXPECT_EQ(WEXITSTATUS(status), 0) << "the host process reported failures (above)";
 }
 
 void WithHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body, bool start) {

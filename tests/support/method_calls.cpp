@@ -125,7 +125,8 @@ Expected ParseExpected(const std::string& text) {
   } else if (result.rfind("true", 0) == 0) {
     expected.kind = Expected::kWritten;
     expected.allLines = result == "true";
-    if (!expected.allLines && result != "true none" && sscanf(result.c_str(), "true %d..%d", &expected.first, &expected.last) != 2)
+    if (!expected.allLines && result != "true none" &&
+        sscanf(result.c_str(), "true %d..%d", &expected.first, &expected.last) != 2)
       throw std::invalid_argument("lines of " + result);
   } else if (!result.empty()) {
     throw std::invalid_argument("result " + result);
@@ -140,7 +141,8 @@ const refhost::Declaration& Parsed(int number) {
   if (declaration.name.empty()) {
     std::string error;
     declaration = *refhost::ParseDeclaration(DeclarationOf(number), &error);
-    if (number <= kCopyCount) declaration.params.insert(declaration.params.begin(), {"picture", ParamType::Picture, {}});
+    if (number <= kCopyCount)
+      declaration.params.insert(declaration.params.begin(), {"picture", ParamType::Picture, {}});
   }
   return declaration;
 }
@@ -149,15 +151,23 @@ const refhost::Declaration& Parsed(int number) {
 class Run {
  public:
   Run(refhost::Host& host, const MethodCall& call)
-      : host_(host), call_(call), expected_(ParseExpected(call.expected)), copy_(call.number <= kCopyCount),
-        name_(Parsed(call.number).name), params_(Parsed(call.number).params), texts_(params_.size()), ints_(params_.size()) {
+      : host_(host),
+        call_(call),
+        expected_(ParseExpected(call.expected)),
+        copy_(call.number <= kCopyCount),
+        name_(Parsed(call.number).name),
+        params_(Parsed(call.number).params),
+        texts_(params_.size()),
+        ints_(params_.size()) {
     // Each parameter's argument as spelled, and as an integer (else its default, or 0).
     for (const auto& [name, text] : call.args) {
       if (Index(name) >= 0) texts_[size_t(Index(name))] = &text;
       else if (!call.spare) throw std::invalid_argument(name_ + " takes no " + name);
     }
     for (size_t i = 0; i < params_.size(); ++i)
-      ints_[i] = texts_[i] ? Integer(*texts_[i]) : params_[i].default_value ? refhost::DefaultArg(params_[i])->integer : 0;
+      ints_[i] = texts_[i]                  ? Integer(*texts_[i])
+                 : params_[i].default_value ? refhost::DefaultArg(params_[i])->integer
+                                            : 0;
     offset_ = Int("offset"), width_ = Int("width"), height_ = Int("height"), pixelByteSize_ = Int("PixelByteSize");
   }
 
@@ -165,7 +175,8 @@ class Run {
     std::vector<Arg> args;
     args.reserve(params_.size());
     for (size_t i = 0; i < params_.size(); ++i) args.push_back(Argument(i));
-    if (copy_) ExpectCopy(); else ExpectPicture();
+    if (copy_) ExpectCopy();
+    else ExpectPicture();
     for (size_t i = 0; i < params_.size(); ++i)
       if (params_[i].type == ParamType::MemoryBlock || params_[i].type == ParamType::Ptr) args[i] = Block(i);
     const std::vector<uint8_t> blockBefore = BlockBytes();
@@ -186,7 +197,8 @@ class Run {
       outcome.bytes.insert(outcome.bytes.end(), {pixel.r, pixel.g, pixel.b, pixel.a});
     outcome.bytes.push_back(returned != nullptr && returned == dest_);
     const std::vector<Rgba> destAfter = PixelsOf(dest_);
-    outcome.untouched = std::equal(blockBefore.begin(), blockBefore.end(), outcome.bytes.begin()) && destAfter == destBefore;
+    outcome.untouched =
+        std::equal(blockBefore.begin(), blockBefore.end(), outcome.bytes.begin()) && destAfter == destBefore;
 
     // The rules of every call.
     Expect(outcome.result.called, outcome.result.error);
@@ -198,9 +210,11 @@ class Run {
     Expect(outcome.exception.empty() || outcome.failed, "raised an exception but didn't fail");
     Expect(call_.shared || !outcome.failed || outcome.untouched, "failed, but wrote");
     const size_t offset = std::min<size_t>(std::max(offset_, 0), blockBefore.size());
-    Expect(call_.shared || outcome.failed || std::equal(blockBefore.begin(), blockBefore.begin() + offset, outcome.bytes.begin()),
+    Expect(call_.shared || outcome.failed ||
+               std::equal(blockBefore.begin(), blockBefore.begin() + offset, outcome.bytes.begin()),
            "wrote before the offset");
-    const bool given = std::any_of(call_.objects.begin(), call_.objects.end(), [&](auto& o) { return o.second == returned; });
+    const bool given =
+        std::any_of(call_.objects.begin(), call_.objects.end(), [&](auto& o) { return o.second == returned; });
     Expect(!returned || (returned == dest_ ? returned->width() >= width_ && returned->height() >= height_
                                            : returned->width() == width_ && returned->height() == height_ && !given),
            "returned a picture of another size, or one it was given");
@@ -265,9 +279,12 @@ class Run {
         for (const std::string& value : Split(text == "empty" ? "" : text, ',')) values.push_back(Integer(value));
         return Made(host_.NewIntArray(values));
       }
-      case ParamType::Integer: return ints_[i];
-      case ParamType::Boolean: return Arg::Bool(ints_[i]);
-      default: return nullptr;
+      case ParamType::Integer:
+        return ints_[i];
+      case ParamType::Boolean:
+        return Arg::Bool(ints_[i]);
+      default:
+        return nullptr;
     }
   }
 
@@ -282,14 +299,18 @@ class Run {
       uint8_t* bytes = block->data();
       const size_t size = copy_ ? 0 : block->size(), alpha = letters_.find('A');
       for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<uint8_t>(i * 53 + 17);
-      for (size_t at = std::max(offset_, 0) + alpha; alpha != std::string::npos && at < size; at += letters_.size()) bytes[at] = 0;
+      for (size_t at = std::max(offset_, 0) + alpha; alpha != std::string::npos && at < size; at += letters_.size())
+        bytes[at] = 0;
     }
     (copy_ ? block_ : source_) = block;
     return param.type == ParamType::Ptr ? Arg::Ptr(block ? block->data() : nullptr) : Arg(block);
   }
   size_t BlockSize(const std::string& name) const {
     const std::string& text = Text(name);
-    return static_cast<size_t>(std::max<int64_t>(text.empty() ? needed_ : text == "short" ? needed_ - 1 : Integer(text), 0));
+    return static_cast<size_t>(std::max<int64_t>(text.empty()      ? needed_
+                                                 : text == "short" ? needed_ - 1
+                                                                   : Integer(text),
+                                                 0));
   }
 
   // The layout of a copy's pixel: R, G, B, 'a' the alpha value, 'm' 255 − the mask's green,
@@ -298,7 +319,8 @@ class Run {
     const bool littleEndian = Index("LittleEndian") >= 0;
     letters_ = littleEndian ? (Int("LittleEndian") != 0 ? "BGRA" : "ARGB") : NameLetters(name_);
     for (char& letter : letters_) {
-      if (letter == 'X' || (letter == 'A' && littleEndian && (Int("AlphaValue") < 0 || Int("AlphaValue") > 255))) letter = 'x';
+      if (letter == 'X' || (letter == 'A' && littleEndian && (Int("AlphaValue") < 0 || Int("AlphaValue") > 255)))
+        letter = 'x';
       if (letter == 'A') letter = Index("MaskForAlpha") >= 0 ? 'm' : 'a';
     }
     const int64_t bpp = letters_.size() == 1 ? pixelByteSize_ : static_cast<int64_t>(letters_.size());
@@ -333,7 +355,9 @@ class Run {
   // PixelByteSize bytes apart, through a tint or tables.
   void ExpectPicture() {
     gray_ = NameLetters(name_) == "Gray";
-    letters_ = gray_ ? "v" : Index("LittleEndian") >= 0 ? (Int("LittleEndian") != 0 ? "BGRA" : "ARGB") : NameLetters(name_);
+    letters_ = gray_                        ? "v"
+               : Index("LittleEndian") >= 0 ? (Int("LittleEndian") != 0 ? "BGRA" : "ARGB")
+                                            : NameLetters(name_);
     const int64_t read = SourceBytesRead(name_, offset_, width_, height_, pixelByteSize_);
     needed_ = read >= 0 && read < (int64_t{1} << 32) ? read : 16;
   }
@@ -358,7 +382,8 @@ class Run {
     for (int k = 0; k < 3; ++k) {
       if (Index(names[k]) < 0) continue;
       // No table for a nil array, nor on a host that can't tell an array's bound.
-      const std::vector<int32_t>& table = host_.config().missing.count("RuntimeUBound") ? arrays_[""] : arrays_[names[k]];
+      const std::vector<int32_t>& table =
+          host_.config().missing.count("RuntimeUBound") ? arrays_[""] : arrays_[names[k]];
       if (params_[size_t(Index(names[k]))].type == ParamType::IntegerArray)
         channel[k] = v < int(table.size()) ? uint8_t(std::clamp(table[size_t(v)], 0, 255)) : 0;
       else  // v × factor / 256, truncated
@@ -375,7 +400,8 @@ class Run {
     if (!succeeds) return;
     if (copy_) {
       const auto differs = std::mismatch(bytes_.begin(), bytes_.end(), block_->data());
-      return Expect(differs.first == bytes_.end(), "byte " + std::to_string(differs.first - bytes_.begin()) + " differs");
+      return Expect(differs.first == bytes_.end(),
+                    "byte " + std::to_string(differs.first - bytes_.begin()) + " differs");
     }
     auto* picture = static_cast<Picture*>(outcome.result.picture);
     const int32_t width = width_, height = height_;
@@ -387,7 +413,8 @@ class Run {
         const bool inside = x < width && y < height;
         const Rgba want = inside ? ExpectedPixel(x, y) : destBefore.at(size_t(y) * picture->width() + x);
         if (picture->GetPixel(x, y) != want)
-          return Expect(false, "pixel " + std::to_string(x) + "," + std::to_string(y) + (inside ? "" : " past the source") + " differs");
+          return Expect(false, "pixel " + std::to_string(x) + "," + std::to_string(y) +
+                                   (inside ? "" : " past the source") + " differs");
       }
     }
   }
@@ -428,7 +455,8 @@ const std::string& DeclarationOf(int number) {
   return declarations.at(static_cast<size_t>(number <= kCopyCount ? globals + number - 1 : number - kCopyCount - 1));
 }
 
-int64_t SourceBytesRead(const std::string& method, int64_t offset, int64_t width, int64_t height, int64_t pixelByteSize) {
+int64_t SourceBytesRead(const std::string& method, int64_t offset, int64_t width, int64_t height,
+                        int64_t pixelByteSize) {
   const bool gray = NameLetters(method) == "Gray";
   if (offset < 0 || width < 1 || height < 1 || (gray && pixelByteSize < 1)) return -1;
   // offset + count × step + last, or INT64_MAX when that doesn't fit.
@@ -453,7 +481,8 @@ refhost::HostConfig ParseHost(const std::string& line, const std::string& plugin
                                          : refhost::HostKind::Desktop;
   for (size_t i = 2; i < words.size(); ++i) {
     const size_t equals = words[i].find('=');
-    const std::string key = words[i].substr(0, equals), value = equals == std::string::npos ? "" : words[i].substr(equals + 1);
+    const std::string key = words[i].substr(0, equals),
+                      value = equals == std::string::npos ? "" : words[i].substr(equals + 1);
     if (key == "version") config.version = std::stod(value);
     else if (key == "lacking") config.missing = names(value);
     else if (key == "failing") config.failing = names(value);

@@ -23,7 +23,8 @@ std::vector<std::string> DataLines(const std::string& file);
 // The bytes from a source's start that a memory-to-picture method named `method` reads for
 // these arguments, which its caller must supply (a Ptr carries no size); -1 when the
 // arguments are refused before anything is read.
-int64_t SourceBytesRead(const std::string& method, int64_t offset, int64_t width, int64_t height, int64_t pixelByteSize);
+int64_t SourceBytesRead(const std::string& method, int64_t offset, int64_t width, int64_t height,
+                        int64_t pixelByteSize);
 
 // A host as a line of the case tables spells it: "host" and its kind (desktop, console,
 // web), then any of version=V, lacking=A,B and failing=A,B (host functions by lookup name),
@@ -51,10 +52,10 @@ refhost::HostConfig ParseHost(const std::string& line, const std::string& plugin
 struct MethodCall {
   int number = 0;
   std::unordered_map<std::string, std::string> args;
-  std::string expected;                            // empty: only the rules of every call
+  std::string expected;                                       // empty: only the rules of every call
   std::unordered_map<std::string, refhost::Object*> objects;  // arguments given as objects, by name
-  bool spare = false;   // arguments the method doesn't take are left out, not an error
-  bool shared = false;  // other calls run during it and may write its objects
+  bool spare = false;      // arguments the method doesn't take are left out, not an error
+  bool shared = false;     // other calls run during it and may write its objects
   bool keepPixels = true;  // the outcome keeps the returned picture's pixels
 };
 // "5 picture=3x6 offset=2 -> true"

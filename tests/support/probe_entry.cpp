@@ -55,15 +55,17 @@ PROBE void PixelbridgeProbeReset() {
   }
   // A version-9 record lives in arrays of its own (null for empty lists).
   if (pictureClass.version == 9) {
-    for (void* list : {static_cast<void*>(pictureClass.properties), static_cast<void*>(pictureClass.methods),
-                       static_cast<void*>(pictureClass.records4), static_cast<void*>(pictureClass.records5),
-                       static_cast<void*>(pictureClass.secondProperties), static_cast<void*>(pictureClass.secondMethods)})
+    for (void* list :
+         {static_cast<void*>(pictureClass.properties), static_cast<void*>(pictureClass.methods),
+          static_cast<void*>(pictureClass.records4), static_cast<void*>(pictureClass.records5),
+          static_cast<void*>(pictureClass.secondProperties), static_cast<void*>(pictureClass.secondMethods)})
       free(list);
   }
   memcpy(globalMethods, globalsAtLoad, sizeof globalsAtLoad);
   memcpy(pictureMethods, picturesAtLoad, sizeof picturesAtLoad);
   pictureClass = classAtLoad;
-#define PIXELBRIDGE_RESET_WRAPPER(wrapper, lookup, result, parameters) wrapper = HostFunction<result parameters>{lookup};
+#define PIXELBRIDGE_RESET_WRAPPER(wrapper, lookup, result, parameters) \
+  wrapper = HostFunction<result parameters>{lookup};
   PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELBRIDGE_RESET_WRAPPER)
 #undef PIXELBRIDGE_RESET_WRAPPER
   gResolver = nullptr;
@@ -76,9 +78,7 @@ PROBE void PixelbridgeProbeReset() {
   PixelbridgeProbeFailAllocationsFrom(0);
 }
 
-PROBE void PixelbridgeProbeRaise(const char* className, const char* message) {
-  RaiseException(className, message);
-}
+PROBE void PixelbridgeProbeRaise(const char* className, const char* message) { RaiseException(className, message); }
 
 PROBE YieldData* PixelbridgeProbeNewYield(int32_t interval) { return new YieldData(interval); }
 PROBE void PixelbridgeProbeDoYield(YieldData* data) { data->DoYield(); }
