@@ -1,30 +1,35 @@
-# pixelbridge: `make test` builds and tests all four ABIs; `make demo` runs the main job.
-PACKAGES := cmake g++ g++-i686-linux-gnu libc6-i386 lib32stdc++6 g++-aarch64-linux-gnu g++-arm-linux-gnueabihf \
-            qemu-user libgd-dev googletest libgtest-dev libyuv-dev clang libclang-rt-14-dev
+# pixelbridge: `make test` builds and tests every tree; `make demo` runs the main job.
 JOBS ?= $(shell nproc)
-NATIVE := build/native
-I386 := build/i386
-AARCH64 := build/aarch64
-ARMHF := build/armhf
-ASAN := build/asan
-FUZZ := build/fuzz
 FUZZ_SECONDS ?= 600
 
-.PHONY: all test demo bench deps native i386 aarch64 armhf test-native test-i386 test-aarch64 test-armhf \
-        sanitize fuzz fuzz-ci clean
+# The trees `make test` builds and tests, in this order. A tree is build/NAME/, configured
+# from cmake/toolchains/NAME.cmake where there is one (native has none).
+TREES := native i386 aarch64 armhf
+
+# What each tree needs from Debian, and no more (asan: the native tree with the sanitizers;
+# fuzz: clang and libFuzzer; format: the style check).
+PACKAGES_native := cmake g++ libgd-dev libgtest-dev libyuv-dev
+PACKAGES_i386 := cmake g++-i686-linux-gnu libc6-i386 lib32stdc++6 qemu-user googletest
+PACKAGES_aarch64 := cmake g++-aarch64-linux-gnu qemu-user googletest
+PACKAGES_armhf := cmake g++-arm-linux-gnueabihf qemu-user googletest
+PACKAGES_asan := $(PACKAGES_native)
+PACKAGES_fuzz := cmake clang libclang-rt-14-dev libgd-dev
+PACKAGES_format := clang-format
+
+# Options of trees beyond their toolchain file.
+OPTIONS_asan := -DPIXELBRIDGE_SANITIZE=ON
+OPTIONS_fuzz := -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DPIXELBRIDGE_FUZZ=ON -DPIXELBRIDGE_TESTS=OFF
+
+.PHONY: all test demo bench deps sanitize fuzz fuzz-ci format format-check clean $(TREES) $(addprefix test-,$(TREES))
 
 all: native
 
-test: deps
-	$(MAKE) test-native
-	$(MAKE) test-i386
-	$(MAKE) test-aarch64
-	$(MAKE) test-armhf
+test: $(addprefix test-,$(TREES))
 
-# Installs the Debian packages the build needs when run as root; otherwise names them.
-deps:
+# Installs a tree's Debian packages (deps-NAME, not phony: make skips pattern rules for those) when run as root; otherwise names those missing.
+deps-%:
 	@missing=""; \
-	for p in $(PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	for p in $(PACKAGES_$*); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
 	if [ -n "$$missing" ]; then \
 	  if [ "$$(id -u)" = 0 ]; then \
 	    echo "installing:$$missing"; \
@@ -32,78 +37,50 @@ deps:
 	  else echo "missing packages:$$missing (run make as root to install them)"; exit 1; fi; \
 	fi
 
-# The emulated trees keep line tables only: full debug information costs a third of their
-# build time, and their failures are read from the tests' output and backtraces.
-CROSS_CONFIG := -DCMAKE_BUILD_TYPE=RelWithDebInfo "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O2 -g1 -DNDEBUG" \
-                "-DCMAKE_C_FLAGS_RELWITHDEBINFO=-O2 -g1 -DNDEBUG"
+# Every tree's packages at once.
+deps: $(addprefix deps-,$(TREES) asan fuzz format)
 
-$(NATIVE)/CMakeCache.txt:
-	cmake -S . -B $(NATIVE) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+build/%/CMakeCache.txt: | deps-%
+	cmake -S . -B build/$* -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  $(if $(wildcard cmake/toolchains/$*.cmake),-DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/$*.cmake) $(OPTIONS_$*)
 
-$(I386)/CMakeCache.txt:
-	cmake -S . -B $(I386) $(CROSS_CONFIG) -DCMAKE_TOOLCHAIN_FILE=cmake/i386-linux.cmake
+$(TREES): %: deps-% build/%/CMakeCache.txt
+	cmake --build build/$* -j$(JOBS)
 
-$(AARCH64)/CMakeCache.txt:
-	cmake -S . -B $(AARCH64) $(CROSS_CONFIG) -DCMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux.cmake
-
-$(ARMHF)/CMakeCache.txt:
-	cmake -S . -B $(ARMHF) $(CROSS_CONFIG) -DCMAKE_TOOLCHAIN_FILE=cmake/armhf-linux.cmake
-
-native: $(NATIVE)/CMakeCache.txt
-	cmake --build $(NATIVE) -j$(JOBS)
-
-i386: $(I386)/CMakeCache.txt
-	cmake --build $(I386) -j$(JOBS)
-
-aarch64: $(AARCH64)/CMakeCache.txt
-	cmake --build $(AARCH64) -j$(JOBS)
-
-armhf: $(ARMHF)/CMakeCache.txt
-	cmake --build $(ARMHF) -j$(JOBS)
-
-test-native: native
-	ctest --test-dir $(NATIVE) --output-on-failure -j$(JOBS)
-
-test-i386: i386
-	ctest --test-dir $(I386) --output-on-failure -j$(JOBS)
-
-test-aarch64: aarch64
-	ctest --test-dir $(AARCH64) --output-on-failure -j$(JOBS)
-
-test-armhf: armhf
-	ctest --test-dir $(ARMHF) --output-on-failure -j$(JOBS)
+$(addprefix test-,$(TREES)): test-%: %
+	ctest --test-dir build/$* --output-on-failure -j$(JOBS)
 
 # The x86-64 tests built with AddressSanitizer and UndefinedBehaviorSanitizer.
-$(ASAN)/CMakeCache.txt:
-	cmake -S . -B $(ASAN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPIXELBRIDGE_SANITIZE=ON
-
-sanitize: deps $(ASAN)/CMakeCache.txt
-	cmake --build $(ASAN) -j$(JOBS)
-	ctest --test-dir $(ASAN) --output-on-failure -j$(JOBS)
+sanitize: deps-asan build/asan/CMakeCache.txt
+	cmake --build build/asan -j$(JOBS)
+	ctest --test-dir build/asan --output-on-failure -j$(JOBS)
 
 # The fuzzer (clang and libFuzzer) for FUZZ_SECONDS, from the seed corpus in tests/fuzz/corpus;
 # what it adds goes to build/fuzz/corpus, failing inputs to build/fuzz/artifacts.
-$(FUZZ)/CMakeCache.txt:
-	cmake -S . -B $(FUZZ) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_COMPILER=clang \
-	  -DCMAKE_CXX_COMPILER=clang++ -DPIXELBRIDGE_FUZZ=ON -DPIXELBRIDGE_TESTS=OFF
-
-fuzz: deps $(FUZZ)/CMakeCache.txt
-	cmake --build $(FUZZ) -j$(JOBS) --target pixelbridge_fuzz
-	mkdir -p $(FUZZ)/corpus $(FUZZ)/artifacts
-	$(FUZZ)/pixelbridge_fuzz $(FUZZ)/corpus tests/fuzz/corpus -max_total_time=$(FUZZ_SECONDS) \
-	  -max_len=2048 -timeout=60 -artifact_prefix=$(FUZZ)/artifacts/ -print_final_stats=1
+fuzz: deps-fuzz build/fuzz/CMakeCache.txt
+	cmake --build build/fuzz -j$(JOBS) --target pixelbridge_fuzz
+	mkdir -p build/fuzz/corpus build/fuzz/artifacts
+	build/fuzz/pixelbridge_fuzz build/fuzz/corpus tests/fuzz/corpus -max_total_time=$(FUZZ_SECONDS) \
+	  -max_len=2048 -timeout=60 -artifact_prefix=build/fuzz/artifacts/ -print_final_stats=1
 
 # The bounded run of CI.
 fuzz-ci:
 	$(MAKE) fuzz FUZZ_SECONDS=60
 
-demo: deps native
-	$(NATIVE)/pixelhost demo --out build/demo
+# The C++ sources as .clang-format has them: format rewrites them, format-check fails on a difference.
+format: deps-format
+	git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+format-check: deps-format
+	git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
+
+demo: native
+	build/native/pixelhost demo --out build/demo
 
 # Every method against memcpy and libyuv; table on stdout, CSV and chart in build/bench/.
-bench: deps native
+bench: native
 	mkdir -p build/bench
-	$(NATIVE)/pixelbench --csv build/bench/pixelbench.csv --chart build/bench/pixelbench.png
+	build/native/pixelbench --csv build/bench/pixelbench.csv --chart build/bench/pixelbench.png
 
 clean:
 	rm -rf build
