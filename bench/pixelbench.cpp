@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "bench/subjects.h"
+#include "pixels/row_converter.h"
 #include "platform/cpu.h"
 
 namespace {
@@ -112,20 +113,40 @@ struct Invoker {
   }
 };
 
-// The processor's name, family and model as the system tells them (virtual machines often
-// give a generic name).
-std::string CpuModel() {
+// The processor's name as the system tells it (virtual machines often give a generic one).
+std::string CpuName() {
   std::ifstream in("/proc/cpuinfo");
-  std::string name = "unknown CPU", family, model;
-  for (std::string line; std::getline(in, line);) {
-    const size_t colon = line.find(": ");
-    const std::string value = colon != std::string::npos ? line.substr(colon + 2) : "";
-    if (line.rfind("model name", 0) == 0) name = value;
-    else if (line.rfind("cpu family", 0) == 0) family = value;
-    else if (line.rfind("model\t", 0) == 0) model = value;
-    else if (line.empty()) break;  // the first processor is enough
+  for (std::string line; std::getline(in, line);)
+    if (line.rfind("model name", 0) == 0 && line.find(": ") != std::string::npos)
+      return line.substr(line.find(": ") + 2);
+  return "unknown CPU";
+}
+
+// The processor found, and the kernels each shape of map runs with on it: the level (and
+// whether the stores are aligned), and for calls that stream, which kernels do.
+void PrintChoices(bool held) {
+  const Processor& processor = ThisProcessor();
+  static const char* const kVendors[] = {"other vendor", "Intel", "AMD"};
+  printf("pixelbridge benchmark on %s: %s family %d model %d, up to %s; kernels %s:\n", CpuName().c_str(),
+         kVendors[static_cast<int>(processor.vendor)], processor.family, processor.model,
+         SimdLevelName(processor.level),
+         held ? (std::string("held to ") + SimdLevelName(ActiveSimdLevel()) + " by --simd").c_str()
+              : (std::string("as chosen for ") + ChoicesFor(processor).family).c_str());
+  const int64_t streamingFrom = StreamingStoresFrom();
+  const KernelTable table = ActiveKernelTable();
+  for (int index = 0; index < kShapeCount; ++index) {
+    const Shape shape = static_cast<Shape>(index);
+    const KernelPick small = PickKernel(shape, table[shape], 0), large = PickKernel(shape, table[shape], INT64_MAX);
+    // Gray through pixel words and the plain row are the same code at every level.
+    const RowKernel kernel = RowKernelsFor(small.level)(small.stores, shape);
+    const char* code = kernel == GrayWordsRow ? "pixel words" : kernel == PlainRow ? "plain row" : "";
+    printf("  %-40s %s%s", ShapeName(shape), *code != 0 ? code : SimdLevelName(small.level),
+           small.stores == Stores::kAligned ? ", aligned stores" : "");
+    if (large.stores == Stores::kStreaming && streamingFrom != INT64_MAX)
+      printf("; calls over %lld MiB: %s, streaming stores", static_cast<long long>((streamingFrom - 1) >> 20),
+             SimdLevelName(large.level));
+    printf("\n");
   }
-  return name + (family.empty() ? "" : " (family " + family + " model " + model + ")");
 }
 
 // Bars of the time against memcpy per method, with the reference library's ratio as a dot.
@@ -175,7 +196,7 @@ int main(int argc, char** argv) {
     fprintf(stderr,
             "usage: pixelbench [--csv FILE] [--chart FILE.png] [--rounds N] [--filter TEXT] [--size WxH]\n"
             "                  [--offset BYTES: of the pixels in the blocks, 1088 unless given]\n"
-            "                  [--simd 0-3: hold the kernels to scalar, SSSE3, AVX2 or AVX-512]\n");
+            "                  [--simd 0-3: hold every shape's kernels to scalar, SSSE3, AVX2 or AVX-512]\n");
     return 2;
   };
   for (int i = 1; i < argc; i += 2) {
@@ -203,14 +224,8 @@ int main(int argc, char** argv) {
   }
   if (simd >= 0) reinterpret_cast<void (*)(int)>(host.Symbol("PixelbridgeProbeCapSimd"))(simd);
   // The plug-in's choices, made here by the same code.
-  if (simd >= 0) CapSimdLevel(static_cast<SimdLevel>(simd));
-  const SimdLevel level = ActiveSimdLevel();
-  const int64_t streamingFrom = StreamingStoresFrom();
-  const std::string streaming = streamingFrom == INT64_MAX
-                                    ? "no streaming stores"
-                                    : "stores stream in calls that read and write over " +
-                                          std::to_string((streamingFrom - 1) >> 20) + " MiB (the last-level cache)";
-  printf("pixelbridge benchmark on %s, %s kernels, %s\n", CpuModel().c_str(), SimdLevelName(level), streaming.c_str());
+  if (simd >= 0) HoldSimdLevel(simd);
+  PrintChoices(simd >= 0);
   printf(
       "nanoseconds per call, best and median of %d rounds; method, memcpy and libyuv alternate on the same buffers\n",
       rounds);

@@ -21,14 +21,7 @@ if(PIXELBRIDGE_FUZZ)
     message(FATAL_ERROR "PIXELBRIDGE_FUZZ needs clang: -DCMAKE_CXX_COMPILER=clang++")
   endif()
   # Coverage for the fuzzer from the plug-in's code, not from the reference host or the
-  # test code; only the fuzz program links libFuzzer. GCC's pragmas and warning names are
-  # foreign to clang.
+  # test code; only the fuzz program links libFuzzer.
   add_compile_options(-fsanitize=fuzzer-no-link
-                      -fsanitize-coverage-ignorelist=${CMAKE_SOURCE_DIR}/tests/fuzz/coverage_ignore.txt
-                      -Wno-unknown-pragmas -Wno-unknown-warning-option)
-  # Nor does clang follow GCC's target pragmas: the kernel files name their targets here.
-  set_source_files_properties(pixels/row_kernels_ssse3.cpp PROPERTIES COMPILE_OPTIONS -mssse3)
-  set_source_files_properties(pixels/row_kernels_avx2.cpp PROPERTIES COMPILE_OPTIONS -mavx2)
-  set_source_files_properties(pixels/row_kernels_avx512.cpp PROPERTIES
-                              COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512vbmi")
+                      -fsanitize-coverage-ignorelist=${CMAKE_SOURCE_DIR}/tests/fuzz/coverage_ignore.txt)
 endif()

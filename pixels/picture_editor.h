@@ -38,6 +38,23 @@ inline FormatGroup GroupOf(int32_t format) {
   }
 }
 
+// Where red, green and blue sit in a pixel of each group, and the fourth byte: alpha or a
+// filler, and what it holds in an opaque pixel.
+struct PixelBytes {
+  int8_t red, green, blue, fourth;
+  uint8_t opaque;
+};
+inline PixelBytes PixelBytesOf(FormatGroup group) {
+  switch (group) {
+    case FormatGroup::kAlphaFirst:  // A, R, G, B
+      return {1, 2, 3, 0, 0xFF};
+    case FormatGroup::kRowTable:  // B, G, R, alpha (0 is opaque there)
+      return {2, 1, 0, 3, 0};
+    default:  // R, G, B, A
+      return {0, 1, 2, 3, 0xFF};
+  }
+}
+
 class PictureEditor {
  public:
   PictureEditor() = default;

@@ -1,68 +1,75 @@
 // The SIMD row kernels, written once. Each instruction set's translation unit includes this
-// after choosing its target and PIXELBRIDGE_VECTOR_BYTES (16, 32 or 64); everything here is
-// internal to that unit. Four-byte shapes shuffle within 16-byte lanes and so run at the full
-// width (here); packing and gray shapes cross lanes, and run as byte permutes of the whole
-// vector where the level has them (row_kernels_permute-inl.h) or else with lane shuffles
-// and dword permutes (row_kernels_pack-inl.h). The 16- and 32-byte kernels store around the
-// caches when a call asks for it (RowPatterns::streamStores).
+// after naming its target (PIXELBRIDGE_TARGET, given to every function here as a target
+// attribute, so that the rest of the program keeps the baseline) and PIXELBRIDGE_VECTOR_BYTES
+// (16, 32 or 64); everything here is internal to that unit. Four-byte shapes shuffle within
+// 16-byte lanes and so run at the full width (here); packing and gray shapes cross lanes, and
+// run as byte permutes of the whole vector where the level has them
+// (row_kernels_permute-inl.h) or else with lane shuffles and dword permutes
+// (row_kernels_pack-inl.h). The 16- and 32-byte kernels can store around the caches, the
+// 64-byte ones can align their stores to the vector.
 #include <immintrin.h>
 
 #include <type_traits>
 
 #include "pixels/row_kernels.h"
 
-namespace {
-
+#define PIXELBRIDGE_KERNEL __attribute__((target(PIXELBRIDGE_TARGET)))
 #if defined(__i386__)
-// Hosts may call in with a stack aligned to 4 bytes only.
-#define PIXELBRIDGE_ROW_ENTRY __attribute__((force_align_arg_pointer))
+// The kernels' entry points: hosts may call in with a stack aligned to 4 bytes only.
+#define PIXELBRIDGE_ROW_ENTRY PIXELBRIDGE_KERNEL __attribute__((force_align_arg_pointer))
 #else
-#define PIXELBRIDGE_ROW_ENTRY
+#define PIXELBRIDGE_ROW_ENTRY PIXELBRIDGE_KERNEL
 #endif
 
-inline __m128i Load16(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
-inline void Store16(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+namespace {
+
+PIXELBRIDGE_KERNEL inline __m128i Load16(const uint8_t* p) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+}
+PIXELBRIDGE_KERNEL inline void Store16(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
 // Ordinary, or around the caches (kStream: `p` is 16-byte aligned).
 template <bool kStream>
-inline void Put16(uint8_t* p, __m128i v) {
+PIXELBRIDGE_KERNEL inline void Put16(uint8_t* p, __m128i v) {
   if constexpr (kStream) _mm_stream_si128(reinterpret_cast<__m128i*>(p), v);
   else Store16(p, v);
 }
 
 #if PIXELBRIDGE_VECTOR_BYTES == 16
 using Vec = __m128i;
-inline Vec Load(const uint8_t* p) { return Load16(p); }
-inline void Store(uint8_t* p, Vec v) { Store16(p, v); }
-inline void StreamStore(uint8_t* p, Vec v) { _mm_stream_si128(reinterpret_cast<__m128i*>(p), v); }
-inline Vec Pattern(const uint8_t* p) { return Load16(p); }
-inline Vec Shuffle(Vec v, Vec m) { return _mm_shuffle_epi8(v, m); }
-inline Vec Or(Vec a, Vec b) { return _mm_or_si128(a, b); }
-inline Vec And(Vec a, Vec b) { return _mm_and_si128(a, b); }
-inline Vec Xor(Vec a, Vec b) { return _mm_xor_si128(a, b); }
+PIXELBRIDGE_KERNEL inline Vec Load(const uint8_t* p) { return Load16(p); }
+PIXELBRIDGE_KERNEL inline void Store(uint8_t* p, Vec v) { Store16(p, v); }
+PIXELBRIDGE_KERNEL inline void StreamStore(uint8_t* p, Vec v) { _mm_stream_si128(reinterpret_cast<__m128i*>(p), v); }
+PIXELBRIDGE_KERNEL inline Vec Pattern(const uint8_t* p) { return Load16(p); }
+PIXELBRIDGE_KERNEL inline Vec Shuffle(Vec v, Vec m) { return _mm_shuffle_epi8(v, m); }
+PIXELBRIDGE_KERNEL inline Vec Or(Vec a, Vec b) { return _mm_or_si128(a, b); }
+PIXELBRIDGE_KERNEL inline Vec And(Vec a, Vec b) { return _mm_and_si128(a, b); }
+PIXELBRIDGE_KERNEL inline Vec Xor(Vec a, Vec b) { return _mm_xor_si128(a, b); }
 // Four-byte groups gathered lane by lane (group j of every lane from input vector j) put in
 // pixel order: one lane is already in order.
-inline Vec GroupsInOrder(Vec v) { return v; }
+PIXELBRIDGE_KERNEL inline Vec GroupsInOrder(Vec v) { return v; }
 #elif PIXELBRIDGE_VECTOR_BYTES == 32
 using Vec = __m256i;
-inline Vec Load(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
-inline void Store(uint8_t* p, Vec v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
-inline void StreamStore(uint8_t* p, Vec v) { _mm256_stream_si256(reinterpret_cast<__m256i*>(p), v); }
-inline Vec Pattern(const uint8_t* p) { return _mm256_broadcastsi128_si256(Load16(p)); }
-inline Vec Shuffle(Vec v, Vec m) { return _mm256_shuffle_epi8(v, m); }
-inline Vec Or(Vec a, Vec b) { return _mm256_or_si256(a, b); }
-inline Vec And(Vec a, Vec b) { return _mm256_and_si256(a, b); }
-inline Vec Xor(Vec a, Vec b) { return _mm256_xor_si256(a, b); }
-inline Vec GroupsInOrder(Vec v) { return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7)); }
+PIXELBRIDGE_KERNEL inline Vec Load(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+PIXELBRIDGE_KERNEL inline void Store(uint8_t* p, Vec v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
+PIXELBRIDGE_KERNEL inline void StreamStore(uint8_t* p, Vec v) { _mm256_stream_si256(reinterpret_cast<__m256i*>(p), v); }
+PIXELBRIDGE_KERNEL inline Vec Pattern(const uint8_t* p) { return _mm256_broadcastsi128_si256(Load16(p)); }
+PIXELBRIDGE_KERNEL inline Vec Shuffle(Vec v, Vec m) { return _mm256_shuffle_epi8(v, m); }
+PIXELBRIDGE_KERNEL inline Vec Or(Vec a, Vec b) { return _mm256_or_si256(a, b); }
+PIXELBRIDGE_KERNEL inline Vec And(Vec a, Vec b) { return _mm256_and_si256(a, b); }
+PIXELBRIDGE_KERNEL inline Vec Xor(Vec a, Vec b) { return _mm256_xor_si256(a, b); }
+PIXELBRIDGE_KERNEL inline Vec GroupsInOrder(Vec v) {
+  return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
 #elif PIXELBRIDGE_VECTOR_BYTES == 64
 using Vec = __m512i;
-inline Vec Load(const uint8_t* p) { return _mm512_loadu_si512(p); }
-inline void Store(uint8_t* p, Vec v) { _mm512_storeu_si512(p, v); }
-inline Vec Pattern(const uint8_t* p) { return _mm512_broadcast_i32x4(Load16(p)); }
-inline Vec Shuffle(Vec v, Vec m) { return _mm512_shuffle_epi8(v, m); }
-inline Vec Or(Vec a, Vec b) { return _mm512_or_si512(a, b); }
-inline Vec And(Vec a, Vec b) { return _mm512_and_si512(a, b); }
-inline Vec Xor(Vec a, Vec b) { return _mm512_xor_si512(a, b); }
-inline Vec GroupsInOrder(Vec v) {
+PIXELBRIDGE_KERNEL inline Vec Load(const uint8_t* p) { return _mm512_loadu_si512(p); }
+PIXELBRIDGE_KERNEL inline void Store(uint8_t* p, Vec v) { _mm512_storeu_si512(p, v); }
+PIXELBRIDGE_KERNEL inline Vec Pattern(const uint8_t* p) { return _mm512_broadcast_i32x4(Load16(p)); }
+PIXELBRIDGE_KERNEL inline Vec Shuffle(Vec v, Vec m) { return _mm512_shuffle_epi8(v, m); }
+PIXELBRIDGE_KERNEL inline Vec Or(Vec a, Vec b) { return _mm512_or_si512(a, b); }
+PIXELBRIDGE_KERNEL inline Vec And(Vec a, Vec b) { return _mm512_and_si512(a, b); }
+PIXELBRIDGE_KERNEL inline Vec Xor(Vec a, Vec b) { return _mm512_xor_si512(a, b); }
+PIXELBRIDGE_KERNEL inline Vec GroupsInOrder(Vec v) {
   return _mm512_permutexvar_epi32(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15), v);
 }
 #endif
@@ -70,24 +77,21 @@ inline Vec GroupsInOrder(Vec v) {
 constexpr int32_t kPixelsPerVector = PIXELBRIDGE_VECTOR_BYTES / 4;
 
 // A whole vector of a row's steps: stored ordinarily, or around the caches (kStream: `p` is
-// aligned to the vector).
+// aligned to the vector; the 64-byte kernels have no such stores).
 template <bool kStream>
-inline void Put(uint8_t* p, Vec v) {
-#if PIXELBRIDGE_VECTOR_BYTES < 64  // (the 64-byte kernels never stream, below)
+PIXELBRIDGE_KERNEL inline void Put(uint8_t* p, Vec v) {
+#if PIXELBRIDGE_VECTOR_BYTES < 64
   if constexpr (kStream) return StreamStore(p, v);
+#else
+  static_assert(!kStream, "no streaming stores of 64 bytes");
 #endif
   Store(p, v);
 }
 
-// Calls too large for the last-level cache store around it, through the 16- and 32-byte
-// kernels (on processors with 64-byte vectors too: such rows are bound by memory, not by the
-// instructions).
-constexpr bool kStreams = PIXELBRIDGE_VECTOR_BYTES < 64;
-
 // The pixels of `out` bytes that take `dst` to the next vector boundary; -1 when no count
 // does (four-byte pixels at an address that isn't a multiple of four).
 template <int kOut>
-inline int32_t PixelsToBoundary(const uint8_t* dst) {
+PIXELBRIDGE_KERNEL inline int32_t PixelsToBoundary(const uint8_t* dst) {
   constexpr uintptr_t kMask = PIXELBRIDGE_VECTOR_BYTES - 1;
   const uintptr_t bytes = (0 - reinterpret_cast<uintptr_t>(dst)) & kMask;
   if constexpr (kOut == 1) return static_cast<int32_t>(bytes);
@@ -100,17 +104,17 @@ inline int32_t PixelsToBoundary(const uint8_t* dst) {
 }
 
 // Runs `steps(stream, first, count)` over pixels 0 to `pixels` − 1 of a row whose output
-// pixels have `kOut` bytes. When the call stores around the caches, the pixels before the
-// first vector boundary go the ordinary way (such stores take aligned addresses), the rest
-// stream, and a fence has every store done before the call returns.
-template <int kOut, typename Steps>
-inline void RunRow(const uint8_t* dst, int32_t pixels, bool stream, Steps&& steps) {
-  if constexpr (kStreams) {
-    const int32_t head = stream ? PixelsToBoundary<kOut>(dst) : -1;
+// pixels have `kOut` bytes, storing as kStores says: past the first vector boundary of the
+// destination the stores are aligned (and stream, for kStreaming), before it they go the
+// ordinary way.
+template <int kOut, Stores kStores, typename Steps>
+PIXELBRIDGE_KERNEL inline void RunRow(const uint8_t* dst, int32_t pixels, Steps&& steps) {
+  if constexpr (kStores != Stores::kOrdinary) {
+    const int32_t head = PixelsToBoundary<kOut>(dst);
     if (head >= 0 && head < pixels) {
       steps(std::false_type{}, 0, head);
-      steps(std::true_type{}, head, pixels - head);
-      _mm_sfence();
+      steps(std::bool_constant<kStores == Stores::kStreaming>{}, head, pixels - head);
+      if constexpr (kStores == Stores::kStreaming) _mm_sfence();
       return;
     }
   }
@@ -118,7 +122,7 @@ inline void RunRow(const uint8_t* dst, int32_t pixels, bool stream, Steps&& step
 }
 
 template <bool kStream>
-inline void FourToFourSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+PIXELBRIDGE_KERNEL inline void FourToFourSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill);
   int32_t x = 0;
   for (; x + 2 * kPixelsPerVector <= pixels; x += 2 * kPixelsPerVector) {
@@ -128,30 +132,40 @@ inline void FourToFourSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, co
   }
   for (; x + kPixelsPerVector <= pixels; x += kPixelsPerVector)
     Put<kStream>(dst + 4 * x, Or(Shuffle(Load(src + 4 * x), shuffle), fill));
-  MapPixels(src + 4 * x, dst + 4 * x, pixels - x, p.map);
+  MapPixels(src + 4 * x, nullptr, dst + 4 * x, pixels - x, p.map);
 }
 
-PIXELBRIDGE_ROW_ENTRY void FourToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  RunRow<4>(dst, pixels, p.streamStores, [&](auto stream, int32_t first, int32_t count) {
+template <Stores kStores>
+PIXELBRIDGE_ROW_ENTRY void FourToFour(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
+                                      const RowPatterns& p) {
+  RunRow<4, kStores>(dst, pixels, [&](auto stream, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
     FourToFourSteps<decltype(stream)::value>(src + 4 * first, dst + 4 * first, count, p);
   });
 }
 
-// Kernels that keep destination bytes read every line they store, so streaming would save
-// nothing: they store the ordinary way.
-PIXELBRIDGE_ROW_ENTRY void FourToFourKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+template <bool kStream>
+PIXELBRIDGE_KERNEL inline void FourToFourKeepingSteps(const uint8_t* src, uint8_t* dst, int32_t pixels,
+                                                      const RowPatterns& p) {
   const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill), keep = Pattern(p.keep);
   int32_t x = 0;
   for (; x + kPixelsPerVector <= pixels; x += kPixelsPerVector) {
     const Vec kept = And(Load(dst + 4 * x), keep);
-    Store(dst + 4 * x, Or(Or(Shuffle(Load(src + 4 * x), shuffle), fill), kept));
+    Put<kStream>(dst + 4 * x, Or(Or(Shuffle(Load(src + 4 * x), shuffle), fill), kept));
   }
-  MapPixels(src + 4 * x, dst + 4 * x, pixels - x, p.map);
+  MapPixels(src + 4 * x, nullptr, dst + 4 * x, pixels - x, p.map);
+}
+
+template <Stores kStores>
+PIXELBRIDGE_ROW_ENTRY void FourToFourKeeping(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
+                                             const RowPatterns& p) {
+  RunRow<4, kStores>(dst, pixels, [&](auto stream, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
+    FourToFourKeepingSteps<decltype(stream)::value>(src + 4 * first, dst + 4 * first, count, p);
+  });
 }
 
 template <bool kStream>
-inline void FourToFourMaskedSteps(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels,
-                                  const RowPatterns& p) {
+PIXELBRIDGE_KERNEL inline void FourToFourMaskedSteps(const uint8_t* src, const uint8_t* mask, uint8_t* dst,
+                                                     int32_t pixels, const RowPatterns& p) {
   const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill);
   const Vec maskShuffle = Pattern(p.maskShuffle), maskFlip = Pattern(p.maskFlip);
   int32_t x = 0;
@@ -159,12 +173,13 @@ inline void FourToFourMaskedSteps(const uint8_t* src, const uint8_t* mask, uint8
     const Vec alpha = Xor(Shuffle(Load(mask + 4 * x), maskShuffle), maskFlip);
     Put<kStream>(dst + 4 * x, Or(Or(Shuffle(Load(src + 4 * x), shuffle), fill), alpha));
   }
-  MapMaskedPixels(src + 4 * x, mask + 4 * x, dst + 4 * x, pixels - x, p.map);
+  MapPixels(src + 4 * x, mask + 4 * x, dst + 4 * x, pixels - x, p.map);
 }
 
+template <Stores kStores>
 PIXELBRIDGE_ROW_ENTRY void FourToFourMasked(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels,
                                             const RowPatterns& p) {
-  RunRow<4>(dst, pixels, p.streamStores, [&](auto stream, int32_t first, int32_t count) {
+  RunRow<4, kStores>(dst, pixels, [&](auto stream, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
     FourToFourMaskedSteps<decltype(stream)::value>(src + 4 * first, mask + 4 * first, dst + 4 * first, count, p);
   });
 }
@@ -178,7 +193,7 @@ PIXELBRIDGE_ROW_ENTRY void FourToFourMasked(const uint8_t* src, const uint8_t* m
 // A vector of output bytes a step: the channel of input vector j's pixels goes to group j
 // (bytes 4j to 4j + 3) of each 16-byte lane, and one permute puts the groups in order.
 template <bool kStream>
-inline void FourToOneSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+PIXELBRIDGE_KERNEL inline void FourToOneSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   // The pattern gathers four pixels' channel into group 0 (0x80 elsewhere); rotated, into group j.
   const __m128i first = Load16(p.shuffle);
   alignas(16) uint8_t rotated[4][16];
@@ -203,26 +218,23 @@ inline void FourToOneSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, con
     const __m128i high = _mm_or_si128(_mm_shuffle_epi8(Load16(s + 32), r2), _mm_shuffle_epi8(Load16(s + 48), r3));
     Put16<kStream>(dst + x, _mm_or_si128(low, high));
   }
-  MapPixels(src + 4 * x, dst + x, pixels - x, p.map);
+  MapPixels(src + 4 * x, nullptr, dst + x, pixels - x, p.map);
 }
 
-PIXELBRIDGE_ROW_ENTRY void FourToOne(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  RunRow<1>(dst, pixels, p.streamStores, [&](auto stream, int32_t first, int32_t count) {
+template <Stores kStores>
+PIXELBRIDGE_ROW_ENTRY void FourToOne(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
+                                     const RowPatterns& p) {
+  RunRow<1, kStores>(dst, pixels, [&](auto stream, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
     FourToOneSteps<decltype(stream)::value>(src + 4 * first, dst + first, count, p);
   });
 }
 
 }  // namespace
 
-#if PIXELBRIDGE_VECTOR_BYTES == 64
-#define PIXELBRIDGE_TABLE_ROW_KERNEL OneToFourTables
-#else
-// Without byte permutes across the vector, one lookup per pixel in a table of words is as fast.
-#define PIXELBRIDGE_TABLE_ROW_KERNEL nullptr
-#endif
-
-#define PIXELBRIDGE_ROW_KERNEL_SET                                                                            \
-  {                                                                                                           \
-    FourToFour, FourToFourKeeping, FourToFourMasked, FourToThree, FourToThreeKeeping, FourToOne, ThreeToFour, \
-        OneToFour, PIXELBRIDGE_TABLE_ROW_KERNEL                                                               \
+// The kernels of one way of storing, in the order of Shape; gray through tables and the
+// shapes without vector code come from the level's file.
+#define PIXELBRIDGE_SHAPE_KERNELS(stores, tables, words, plain)                                                     \
+  {                                                                                                                 \
+    FourToFour<stores>, FourToFourMasked<stores>, FourToFourKeeping<stores>, FourToThree<stores>,                   \
+        FourToThreeKeeping<stores>, FourToOne<stores>, ThreeToFour<stores>, OneToFour<stores>, tables, words, plain \
   }

@@ -1,8 +1,8 @@
-// Patterns from byte maps, the scalar forms, and the kernel set of each level.
+// Patterns from maps, the kernels every level shares, and the kernel set of each level.
 #include "pixels/row_kernels.h"
 
+#include <cstddef>
 #include <cstring>
-#include <type_traits>
 
 namespace {
 constexpr uint8_t kZero = 0x80;  // a shuffle index that gives 0
@@ -21,7 +21,7 @@ namespace {
 void MakeRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns) {
   patterns->map = map;
   if (level == SimdLevel::kScalar) return;
-  const int in = map.inputBytes, out = map.outputBytes;
+  const int in = map.inputStride, out = map.outputBytes();
   // Four pixels for the 16-byte patterns; bytes past four packed pixels take nothing.
   for (int byte = 0; byte < 16; ++byte) {
     const int pixel = byte / out, k = byte % out;
@@ -63,15 +63,13 @@ void MakeRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns
     }
   }
 }
-
-// Maps compare as bytes.
-static_assert(std::has_unique_object_representations_v<PixelMap>);
 }  // namespace
 
 void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns) {
   // Making the patterns costs more than converting a small picture, and a program converts
   // many pictures in few layouts: each thread keeps the last few it made. Callers get a
-  // copy, so a call made during another's yield can't change patterns in use.
+  // copy (all but the words, which no map's patterns hold), so a call made during another's
+  // yield can't change patterns in use.
   struct Made {
     bool valid;
     SimdLevel level;
@@ -81,8 +79,8 @@ void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* pattern
   thread_local Made made[kKept];
   thread_local int next;
   for (const Made& entry : made) {
-    if (entry.valid && entry.level == level && memcmp(&entry.patterns.map, &map, sizeof map) == 0) {
-      *patterns = entry.patterns;
+    if (entry.valid && entry.level == level && entry.patterns.map == map) {
+      memcpy(static_cast<void*>(patterns), &entry.patterns, offsetof(RowPatterns, words));
       return;
     }
   }
@@ -92,45 +90,59 @@ void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* pattern
   MakeRowPatterns(map, level, &entry.patterns);
   entry.level = level;
   entry.valid = true;
-  *patterns = entry.patterns;
+  memcpy(static_cast<void*>(patterns), &entry.patterns, offsetof(RowPatterns, words));
+}
+
+void MakePixelWords(const PixelMap& map, uint32_t* words) {
+  // Per byte, the column of its 256 values (the table, the samples themselves, or zeros and
+  // a constant), then the words from the columns in one plain loop. The words hold the bytes
+  // in memory order on little-endian processors, which all targets here are.
+  static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
+  struct Column {
+    uint8_t values[256];
+  };
+  static constexpr Column kSamples = [] {
+    Column column{};
+    for (int v = 0; v < 256; ++v) column.values[v] = static_cast<uint8_t>(v);
+    return column;
+  }();
+  static constexpr Column kZeros{};
+  const uint8_t* column[4];
+  uint32_t constant = 0;
+  for (int k = 0; k < 4; ++k) {
+    const uint8_t* looked = map.table[k] != nullptr ? map.table[k] : kSamples.values;
+    column[k] = map.from[k] == 0 ? looked : kZeros.values;
+    if (map.from[k] != 0) constant |= uint32_t{looked[0]} << 8 * k;
+    constant |= uint32_t{map.fill[k]} << 8 * k;
+  }
+  for (int v = 0; v < 256; ++v)
+    words[v] = (column[0][v] | column[1][v] << 8 | column[2][v] << 16 | uint32_t{column[3][v]} << 24) | constant;
+}
+
+void PlainRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  MapPixels(src, mask, dst, pixels, p.map);
+}
+
+void GrayWordsRow(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  const int32_t stride = p.map.inputStride;
+  const uint32_t* words = p.words;
+  int32_t x = 0;
+  // One stride at a time: samples 1 GiB apart would take 2 x stride past 32 bits.
+  for (; x + 4 <= pixels; x += 4) {
+    const uint8_t* second = src + stride;
+    const uint8_t* third = second + stride;
+    const uint8_t* fourth = third + stride;
+    const uint32_t four[4] = {words[*src], words[*second], words[*third], words[*fourth]};
+    memcpy(dst + 4 * x, four, sizeof four);
+    src = fourth + stride;
+  }
+  for (; x < pixels; ++x, src += stride) memcpy(dst + 4 * x, &words[*src], 4);
 }
 
 namespace {
-inline uint8_t MapByte(const uint8_t* in, const uint8_t* out, const PixelMap& map, int k) {
-  const uint8_t taken = map.from[k] == PixelMap::kNone ? 0 : in[map.from[k]];
-  return static_cast<uint8_t>(taken | map.fill[k] | (out[k] & map.keep[k]));
-}
-}  // namespace
-
-void MapPixels(const uint8_t* src, uint8_t* dst, int32_t pixels, const PixelMap& map) {
-  for (int32_t x = 0; x < pixels; ++x) {
-    for (int k = 0; k < map.outputBytes; ++k) dst[k] = MapByte(src, dst, map, k);
-    src += map.inputBytes;
-    dst += map.outputBytes;
-  }
-}
-
-void MapMaskedPixels(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const PixelMap& map) {
-  for (int32_t x = 0; x < pixels; ++x) {
-    for (int k = 0; k < map.outputBytes; ++k) {
-      dst[k] = MapByte(src, dst, map, k);
-      if (k == map.maskTo) dst[k] = static_cast<uint8_t>(dst[k] | (255 - mask[map.maskGreen]));
-    }
-    src += 4;
-    mask += 4;
-    dst += map.outputBytes;
-  }
-}
-
-namespace {
-void ScalarFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  MapPixels(src, dst, pixels, p.map);
-}
-void ScalarMasked(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  MapMaskedPixels(src, mask, dst, pixels, p.map);
-}
-const RowKernelSet kScalar = {ScalarFour, ScalarFour, ScalarMasked, ScalarFour, ScalarFour,
-                              ScalarFour, ScalarFour, ScalarFour,   nullptr};
+// Without vectors: the plain row, and gray through tables or at a stride one lookup a pixel.
+constexpr RowKernelSet kScalar = {{{PlainRow, PlainRow, PlainRow, PlainRow, PlainRow, PlainRow, PlainRow, PlainRow,
+                                    GrayWordsRow, GrayWordsRow, PlainRow}}};
 }  // namespace
 
 const RowKernelSet& RowKernelsFor(SimdLevel level) {
@@ -151,19 +163,4 @@ const RowKernelSet& RowKernelsFor(SimdLevel level) {
   (void)level;
 #endif
   return kScalar;
-}
-
-const RowKernelSet& RowKernels() { return RowKernelsFor(ActiveSimdLevel()); }
-
-const RowKernelSet& RowKernelsFor(SimdLevel level, bool streamStores) {
-#if defined(__i386__) || defined(__x86_64__)
-  if (streamStores && level == SimdLevel::kAVX512) return kRowKernelsAVX2;
-#else
-  (void)streamStores;
-#endif
-  return RowKernelsFor(level);
-}
-
-bool StreamsStores(SimdLevel level, int64_t bytesMoved) {
-  return level != SimdLevel::kScalar && bytesMoved >= StreamingStoresFrom();
 }

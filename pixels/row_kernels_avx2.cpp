@@ -1,15 +1,15 @@
-// The row kernels built for AVX2.
+// The row kernels built for AVX2: ordinary and streaming stores.
 // (Empty on other processors: a universal macOS build compiles every file for each.)
 #if defined(__i386__) || defined(__x86_64__)
-#include <immintrin.h>
-
-#include "pixels/row_kernels.h"
-
-#pragma GCC push_options
-#pragma GCC target("avx2")
+#define PIXELBRIDGE_TARGET "avx2"
 #define PIXELBRIDGE_VECTOR_BYTES 32
 #include "pixels/row_kernels-inl.h"
-#pragma GCC pop_options
 
-extern const RowKernelSet kRowKernelsAVX2 = PIXELBRIDGE_ROW_KERNEL_SET;
+// Without byte permutes across the vector, gray through tables takes one lookup per pixel in
+// a table of pixel words.
+extern const RowKernelSet kRowKernelsAVX2 = {{
+    PIXELBRIDGE_SHAPE_KERNELS(Stores::kOrdinary, GrayWordsRow, GrayWordsRow, PlainRow),
+    {},
+    PIXELBRIDGE_SHAPE_KERNELS(Stores::kStreaming, nullptr, nullptr, nullptr),
+}};
 #endif

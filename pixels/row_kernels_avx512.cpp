@@ -1,19 +1,20 @@
-// The row kernels built for AVX512.
+// The row kernels built for AVX-512 (BW and VBMI): ordinary stores, and stores aligned to the
+// vector. None store around the caches: calls that do run the AVX2 kernels, which can.
 // (Empty on other processors: a universal macOS build compiles every file for each.)
 #if defined(__i386__) || defined(__x86_64__)
+#if defined(__GNUC__) && !defined(__clang__)
 // GCC 12's own 512-bit intrinsics trip its uninitialised-value warnings (their "undefined"
 // vectors); nothing of this file's is concerned.
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#include <immintrin.h>
-
-#include "pixels/row_kernels.h"
-
-#pragma GCC push_options
-#pragma GCC target("avx512f,avx512bw,avx512vbmi")
+#endif
+#define PIXELBRIDGE_TARGET "avx512f,avx512bw,avx512vbmi"
 #define PIXELBRIDGE_VECTOR_BYTES 64
 #include "pixels/row_kernels-inl.h"
-#pragma GCC pop_options
 
-extern const RowKernelSet kRowKernelsAVX512 = PIXELBRIDGE_ROW_KERNEL_SET;
+extern const RowKernelSet kRowKernelsAVX512 = {{
+    PIXELBRIDGE_SHAPE_KERNELS(Stores::kOrdinary, OneToFourTables<Stores::kOrdinary>, GrayWordsRow, PlainRow),
+    PIXELBRIDGE_SHAPE_KERNELS(Stores::kAligned, OneToFourTables<Stores::kAligned>, nullptr, nullptr),
+    {},
+}};
 #endif

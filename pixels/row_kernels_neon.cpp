@@ -33,7 +33,7 @@ inline uint8x16_t Lookup(uint8x16_t first, uint8x16_t second, uint8x16_t index) 
 }
 
 // Four pixels a lookup, sixteen a step, then four at a time.
-void FourToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+void FourToFour(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const uint8x16_t shuffle = vld1q_u8(p.shuffle), fill = vld1q_u8(p.fill);
   int32_t x = 0;
   for (; x + 16 <= pixels; x += 16) {
@@ -44,18 +44,18 @@ void FourToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatte
     for (int k = 0; k < 4; ++k) vst1q_u8(dst + 4 * x + 16 * k, out[k]);
   }
   for (; x + 4 <= pixels; x += 4) vst1q_u8(dst + 4 * x, vorrq_u8(Lookup(vld1q_u8(src + 4 * x), shuffle), fill));
-  MapPixels(src + 4 * x, dst + 4 * x, pixels - x, p.map);
+  MapPixels(src + 4 * x, nullptr, dst + 4 * x, pixels - x, p.map);
 }
 
 // The same, with the kept bytes selected from the destination (they take nothing else).
-void FourToFourKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+void FourToFourKeeping(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const uint8x16_t shuffle = vld1q_u8(p.shuffle), fill = vld1q_u8(p.fill), keep = vld1q_u8(p.keep);
   int32_t x = 0;
   for (; x + 4 <= pixels; x += 4) {
     const uint8x16_t made = vorrq_u8(Lookup(vld1q_u8(src + 4 * x), shuffle), fill);
     vst1q_u8(dst + 4 * x, vbslq_u8(keep, vld1q_u8(dst + 4 * x), made));
   }
-  MapPixels(src + 4 * x, dst + 4 * x, pixels - x, p.map);
+  MapPixels(src + 4 * x, nullptr, dst + 4 * x, pixels - x, p.map);
 }
 
 // The alpha byte is the mask pixel's green looked up into place and inverted (255 − green).
@@ -67,7 +67,7 @@ void FourToFourMasked(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int
     const uint8x16_t alpha = veorq_u8(Lookup(vld1q_u8(mask + 4 * x), maskShuffle), maskFlip);
     vst1q_u8(dst + 4 * x, vorrq_u8(vorrq_u8(Lookup(vld1q_u8(src + 4 * x), shuffle), fill), alpha));
   }
-  MapMaskedPixels(src + 4 * x, mask + 4 * x, dst + 4 * x, pixels - x, p.map);
+  MapPixels(src + 4 * x, mask + 4 * x, dst + 4 * x, pixels - x, p.map);
 }
 
 // Sixteen pixels of kIn bytes in, kOut bytes out: output vector v's bytes all come from
@@ -81,7 +81,7 @@ constexpr int First(int v) {
 // lookup in the pair of input vectors it spans. Its indexes are the wide patterns' less
 // the pair's start; a byte that takes nothing (0x80, less at most 32) stays past the pair.
 template <int kIn, int kOut, bool kKeeping>
-void PairRow(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+void PairRow(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   uint8x16_t index[kOut], fill[kOut], keep[kOut];
 #pragma GCC unroll 4
   for (int v = 0; v < kOut; ++v) {
@@ -105,17 +105,7 @@ void PairRow(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns
       vst1q_u8(d + 16 * v, out);
     }
   }
-  MapPixels(src + kIn * x, dst + kOut * x, pixels - x, p.map);
-}
-
-void FourToThree(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  PairRow<4, 3, false>(src, dst, pixels, p);
-}
-void FourToThreeKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  PairRow<4, 3, true>(src, dst, pixels, p);
-}
-void ThreeToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  PairRow<3, 4, false>(src, dst, pixels, p);
+  MapPixels(src + kIn * x, nullptr, dst + kOut * x, pixels - x, p.map);
 }
 
 // Sixteen pixels a step: a de-interleaving load splits them into their four bytes, and
@@ -127,7 +117,7 @@ int32_t ChannelSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, uint8x16_
   return x;
 }
 
-void FourToOne(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+void FourToOne(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const uint8x16_t fill = vdupq_n_u8(p.map.fill[0]);
   int32_t x = 0;
   switch (p.map.from[0]) {
@@ -146,12 +136,12 @@ void FourToOne(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatter
     default:
       break;  // a byte that takes no channel: the scalar form
   }
-  MapPixels(src + 4 * x, dst + x, pixels - x, p.map);
+  MapPixels(src + 4 * x, nullptr, dst + x, pixels - x, p.map);
 }
 
 // Sixteen samples a step: each of the four byte planes is the samples or the filler, and
 // an interleaving store puts them together.
-void OneToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+void OneToFour(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   uint8x16_t taken[4], fill[4];
 #pragma GCC unroll 4
   for (int k = 0; k < 4; ++k) {
@@ -166,18 +156,18 @@ void OneToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatter
     for (int k = 0; k < 4; ++k) out.val[k] = vorrq_u8(vandq_u8(samples, taken[k]), fill[k]);
     vst4q_u8(dst + 4 * x, out);
   }
-  MapPixels(src + x, dst + 4 * x, pixels - x, p.map);
+  MapPixels(src + x, nullptr, dst + 4 * x, pixels - x, p.map);
 }
 
 #if defined(__aarch64__)
 // Sixteen samples a step. A table's 256 bytes are four quarters of 64, each one four-vector
 // lookup: the first gives 0 past its quarter, the other three fill in only the samples in
 // theirs (the samples less 64, 128 and 192). An interleaving store joins the four planes.
-int32_t OneToFourTables(const uint8_t* src, uint8_t* dst, int32_t pixels, const ByteTables& t) {
-  const uint8_t* tables[4];  // held here: the rows written could alias `t`
+void OneToFourTables(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  const uint8_t* tables[4];  // held here: the rows written could alias the patterns
   uint8x16_t fill[4];
 #pragma GCC unroll 4
-  for (int k = 0; k < 4; ++k) tables[k] = t.table[k], fill[k] = vdupq_n_u8(t.fill[k]);
+  for (int k = 0; k < 4; ++k) tables[k] = p.map.table[k], fill[k] = vdupq_n_u8(p.map.fill[k]);
   const uint8x16_t quarter = vdupq_n_u8(64);
   int32_t x = 0;
   for (; x + 16 <= pixels; x += 16) {
@@ -197,18 +187,19 @@ int32_t OneToFourTables(const uint8_t* src, uint8_t* dst, int32_t pixels, const 
     }
     vst4q_u8(dst + 4 * x, out);
   }
-  return x;
+  MapPixels(src + x, nullptr, dst + 4 * x, pixels - x, p.map);
 }
-#define PIXELBRIDGE_TABLE_ROW_KERNEL OneToFourTables
+constexpr RowKernel kTables = OneToFourTables;
 #else
 // Lookups here read at most 32 bytes and give eight: sixteen samples would take 16 of them
 // per table. One lookup per pixel in a table of words is as fast.
-#define PIXELBRIDGE_TABLE_ROW_KERNEL nullptr
+constexpr RowKernel kTables = GrayWordsRow;
 #endif
 
 }  // namespace
 
-extern const RowKernelSet kRowKernelsNEON = {FourToFour,  FourToFourKeeping,  FourToFourMasked,
-                                             FourToThree, FourToThreeKeeping, FourToOne,
-                                             ThreeToFour, OneToFour,          PIXELBRIDGE_TABLE_ROW_KERNEL};
+// Ordinary stores only: NEON has none around the caches.
+extern const RowKernelSet kRowKernelsNEON = {
+    {{FourToFour, FourToFourMasked, FourToFourKeeping, PairRow<4, 3, false>, PairRow<4, 3, true>, FourToOne,
+      PairRow<3, 4, false>, OneToFour, kTables, GrayWordsRow, PlainRow}}};
 #endif

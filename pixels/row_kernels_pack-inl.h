@@ -3,12 +3,12 @@
 // by row_kernels-inl.h inside its unit's anonymous namespace, after the vector shims.
 
 #if PIXELBRIDGE_VECTOR_BYTES == 32
-inline __m256i Permute8(__m256i v, int a, int b, int c, int d, int e, int f, int g, int h) {
+PIXELBRIDGE_KERNEL inline __m256i Permute8(__m256i v, int a, int b, int c, int d, int e, int f, int g, int h) {
   return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(a, b, c, d, e, f, g, h));
 }
 
 // Bytes `at` to `at` + 31 of a pattern that repeats every 48 bytes (16 packed pixels).
-inline Vec Repeat48(const uint8_t* pattern, int at) {
+PIXELBRIDGE_KERNEL inline Vec Repeat48(const uint8_t* pattern, int at) {
   return _mm256_set_m128i(Load16(pattern + (at + 16) % 48), Load16(pattern + at % 48));
 }
 
@@ -16,7 +16,7 @@ inline Vec Repeat48(const uint8_t* pattern, int at) {
 // and 4 to 6), then dword permutes and blends lay the four runs of 24 bytes into three
 // stores. Gives the pixels done.
 template <bool kKeeping, bool kStream>
-inline int32_t PackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+PIXELBRIDGE_KERNEL inline int32_t PackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec shuffle = Pattern(p.shuffle);
   const Vec fills[3] = {Repeat48(p.wideFill, 0), Repeat48(p.wideFill, 32), Repeat48(p.wideFill, 64)};
   const Vec keeps[3] = {Repeat48(p.wideKeep, 0), Repeat48(p.wideKeep, 32), Repeat48(p.wideKeep, 64)};
@@ -44,7 +44,7 @@ inline int32_t PackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const
 // Thirty-two pixels a step: each run of 24 input bytes spread to twelve bytes a lane by a
 // dword permute, then shuffled into eight pixels. No load reaches past the step's 96 bytes.
 template <bool kStream>
-inline int32_t UnpackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+PIXELBRIDGE_KERNEL inline int32_t UnpackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill);
   int32_t x = 0;
   for (; x + 32 <= pixels; x += 32) {
@@ -60,18 +60,18 @@ inline int32_t UnpackSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, con
 }
 #else
 template <bool kKeeping, bool kStream>
-inline int32_t PackSteps(const uint8_t*, uint8_t*, int32_t, const RowPatterns&) {
+PIXELBRIDGE_KERNEL inline int32_t PackSteps(const uint8_t*, uint8_t*, int32_t, const RowPatterns&) {
   return 0;
 }
 template <bool kStream>
-inline int32_t UnpackSteps(const uint8_t*, uint8_t*, int32_t, const RowPatterns&) {
+PIXELBRIDGE_KERNEL inline int32_t UnpackSteps(const uint8_t*, uint8_t*, int32_t, const RowPatterns&) {
   return 0;
 }
 #endif
 
 // Sixteen pixels a step: four shuffled blocks of twelve bytes spliced into three stores.
 template <bool kKeeping, bool kStream>
-inline void Pack(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+PIXELBRIDGE_KERNEL inline void Pack(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const __m128i shuffle = Load16(p.shuffle);
   // Held in registers, and the loop over stores unrolled: the destination could alias them.
   __m128i fills[3], keeps[3];
@@ -93,21 +93,29 @@ inline void Pack(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatt
       Put16<kStream>(d + 16 * k, out[k]);
     }
   }
-  MapPixels(src + 4 * x, dst + 3 * x, pixels - x, p.map);
+  MapPixels(src + 4 * x, nullptr, dst + 3 * x, pixels - x, p.map);
 }
 
-PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  RunRow<3>(dst, pixels, p.streamStores, [&](auto stream, int32_t first, int32_t count) {
-    Pack<false, decltype(stream)::value>(src + 4 * first, dst + 3 * first, count, p);
+template <bool kKeeping, Stores kStores>
+PIXELBRIDGE_KERNEL inline void PackRow(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  RunRow<3, kStores>(dst, pixels, [&](auto stream, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
+    Pack<kKeeping, decltype(stream)::value>(src + 4 * first, dst + 3 * first, count, p);
   });
 }
-PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  Pack<true, false>(src, dst, pixels, p);  // keeping, so stored the ordinary way
+template <Stores kStores>
+PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
+                                       const RowPatterns& p) {
+  PackRow<false, kStores>(src, dst, pixels, p);
+}
+template <Stores kStores>
+PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
+                                              const RowPatterns& p) {
+  PackRow<true, kStores>(src, dst, pixels, p);
 }
 
 // Sixteen pixels a step from 48 bytes, realigned so that each block of four starts a lane.
 template <bool kStream>
-inline void Unpack(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+PIXELBRIDGE_KERNEL inline void Unpack(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const __m128i shuffle = Load16(p.shuffle), fill = Load16(p.fill);
   int32_t x = UnpackSteps<kStream>(src, dst, pixels, p);
   for (; x + 16 <= pixels; x += 16) {
@@ -119,18 +127,20 @@ inline void Unpack(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPa
     Put16<kStream>(d + 32, _mm_or_si128(_mm_shuffle_epi8(_mm_alignr_epi8(in2, in1, 8), shuffle), fill));
     Put16<kStream>(d + 48, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in2, 4), shuffle), fill));
   }
-  MapPixels(src + 3 * x, dst + 4 * x, pixels - x, p.map);
+  MapPixels(src + 3 * x, nullptr, dst + 4 * x, pixels - x, p.map);
 }
 
-PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  RunRow<4>(dst, pixels, p.streamStores, [&](auto stream, int32_t first, int32_t count) {
+template <Stores kStores>
+PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
+                                       const RowPatterns& p) {
+  RunRow<4, kStores>(dst, pixels, [&](auto stream, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
     Unpack<decltype(stream)::value>(src + 3 * first, dst + 4 * first, count, p);
   });
 }
 
 // Sixteen samples a step, four to each block of output pixels.
 template <bool kStream>
-inline void Spread(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+PIXELBRIDGE_KERNEL inline void Spread(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const __m128i shuffle = Load16(p.shuffle), fill = Load16(p.fill);
   int32_t x = 0;
   for (; x + 16 <= pixels; x += 16) {
@@ -141,11 +151,13 @@ inline void Spread(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPa
     Put16<kStream>(d + 32, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in, 8), shuffle), fill));
     Put16<kStream>(d + 48, _mm_or_si128(_mm_shuffle_epi8(_mm_srli_si128(in, 12), shuffle), fill));
   }
-  MapPixels(src + x, dst + 4 * x, pixels - x, p.map);
+  MapPixels(src + x, nullptr, dst + 4 * x, pixels - x, p.map);
 }
 
-PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  RunRow<4>(dst, pixels, p.streamStores, [&](auto stream, int32_t first, int32_t count) {
+template <Stores kStores>
+PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
+                                     const RowPatterns& p) {
+  RunRow<4, kStores>(dst, pixels, [&](auto stream, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
     Spread<decltype(stream)::value>(src + first, dst + 4 * first, count, p);
   });
 }

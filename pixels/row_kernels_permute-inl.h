@@ -7,7 +7,7 @@
 // partial step masks its bytes so that nothing outside the row is touched.
 constexpr __mmask64 Bytes(int count) { return count >= 64 ? ~__mmask64{0} : (__mmask64{1} << count) - 1; }
 
-inline Vec LoadBytes(const uint8_t* p, int count) {
+PIXELBRIDGE_KERNEL inline Vec LoadBytes(const uint8_t* p, int count) {
   switch (count) {
     case 64:
       return _mm512_loadu_si512(p);
@@ -21,7 +21,7 @@ inline Vec LoadBytes(const uint8_t* p, int count) {
   }
 }
 
-inline void StoreBytes(uint8_t* p, Vec v, int count) {
+PIXELBRIDGE_KERNEL inline void StoreBytes(uint8_t* p, Vec v, int count) {
   switch (count) {
     case 64:
       return _mm512_storeu_si512(p, v);
@@ -36,7 +36,7 @@ inline void StoreBytes(uint8_t* p, Vec v, int count) {
 // Sixty-four pixels a step: every output vector is one permute of the two input vectors
 // it spans. Pixels of kIn bytes in, kOut bytes out.
 template <int kIn, int kOut, bool kKeeping>
-inline int32_t PermuteWhole(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+PIXELBRIDGE_KERNEL inline int32_t PermuteWhole(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   // Everything the loop needs sits in registers (the destination could alias the patterns),
   // and the loops over vectors are unrolled so that none of it is indexed in memory.
   Vec pair[kOut], fills[kOut], keeps[kOut];
@@ -67,10 +67,10 @@ inline int32_t PermuteWhole(const uint8_t* src, uint8_t* dst, int32_t pixels, co
 
 // Sixteen pixels a step, for what is left of a row.
 template <bool kKeeping>
-inline void Permute(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+PIXELBRIDGE_KERNEL inline void Permute(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec wide = _mm512_loadu_si512(p.wide), fill = _mm512_loadu_si512(p.wideFill);
   const Vec keep = _mm512_loadu_si512(p.wideKeep);
-  const int in = p.map.inputBytes, out = p.map.outputBytes;
+  const int in = p.map.inputStride, out = p.map.outputStride;
   for (int32_t x = 0; x < pixels; x += 16) {
     const int count = pixels - x < 16 ? pixels - x : 16;
     const int inBytes = count * in, outBytes = count * out;
@@ -80,23 +80,38 @@ inline void Permute(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowP
   }
 }
 
-template <int kIn, int kOut, bool kKeeping>
-inline void PermuteRow(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  const int32_t done = PermuteWhole<kIn, kOut, kKeeping>(src, dst, pixels, p);
-  Permute<kKeeping>(src + kIn * done, dst + kOut * done, pixels - done, p);
+// Aligned (kAligned), the row's head goes through the sixteen-pixel steps.
+template <int kIn, int kOut, bool kKeeping, Stores kStores>
+PIXELBRIDGE_KERNEL inline void PermuteRow(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  RunRow<kOut, kStores>(dst, pixels, [&](auto, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
+    const uint8_t* s = src + kIn * first;
+    uint8_t* d = dst + kOut * first;
+    const int32_t done = PermuteWhole<kIn, kOut, kKeeping>(s, d, count, p);
+    Permute<kKeeping>(s + kIn * done, d + kOut * done, count - done, p);
+  });
 }
 
-PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  PermuteRow<4, 3, false>(src, dst, pixels, p);
+template <Stores kStores>
+PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
+                                       const RowPatterns& p) {
+  PermuteRow<4, 3, false, kStores>(src, dst, pixels, p);
 }
-PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  PermuteRow<4, 3, true>(src, dst, pixels, p);
+template <Stores kStores>
+PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
+                                              const RowPatterns& p) {
+  PermuteRow<4, 3, true, kStores>(src, dst, pixels, p);
 }
-PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  PermuteRow<3, 4, false>(src, dst, pixels, p);
+template <Stores kStores>
+PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
+                                       const RowPatterns& p) {
+  PermuteRow<3, 4, false, kStores>(src, dst, pixels, p);
 }
-PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  Permute<false>(src, dst, pixels, p);
+template <Stores kStores>
+PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
+                                     const RowPatterns& p) {
+  RunRow<4, kStores>(dst, pixels, [&](auto, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
+    Permute<false>(src + first, dst + 4 * first, count, p);
+  });
 }
 
 // Byte j of the first output vector of gray pixels takes pixel j / 4's byte from the first
@@ -115,16 +130,16 @@ alignas(64) constexpr SpreadIndexes kSpread = MakeSpreadIndexes();
 // Sixty-four samples a step. Each table sits in four vectors; a sample's low seven bits pick
 // a byte from one pair of them, its top bit the pair. The four bytes of each pixel are then
 // spread into place: output vector v takes bytes 0 and 1 of a pixel from one two-vector
-// permute, bytes 2 and 3 from another.
-PIXELBRIDGE_ROW_ENTRY int32_t OneToFourTables(const uint8_t* src, uint8_t* dst, int32_t pixels, const ByteTables& t) {
+// permute, bytes 2 and 3 from another. Gives the samples done.
+PIXELBRIDGE_KERNEL inline int32_t TableSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const PixelMap& map) {
   Vec tables[4][4], fills[4], spread[4];
   bool looked[4];
 #pragma GCC unroll 4
   for (int k = 0; k < 4; ++k) {
-    looked[k] = t.table[k] != nullptr;
+    looked[k] = map.table[k] != nullptr;
     for (int part = 0; part < 4; ++part)
-      tables[k][part] = looked[k] ? _mm512_loadu_si512(t.table[k] + 64 * part) : _mm512_setzero_si512();
-    fills[k] = _mm512_set1_epi8(static_cast<char>(t.fill[k]));
+      tables[k][part] = looked[k] ? _mm512_loadu_si512(map.table[k] + 64 * part) : _mm512_setzero_si512();
+    fills[k] = _mm512_set1_epi8(static_cast<char>(map.fill[k]));
   }
 #pragma GCC unroll 4
   for (int v = 0; v < 4; ++v)
@@ -151,4 +166,13 @@ PIXELBRIDGE_ROW_ENTRY int32_t OneToFourTables(const uint8_t* src, uint8_t* dst, 
     }
   }
   return x;
+}
+
+template <Stores kStores>
+PIXELBRIDGE_ROW_ENTRY void OneToFourTables(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
+                                           const RowPatterns& p) {
+  RunRow<4, kStores>(dst, pixels, [&](auto, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
+    const int32_t done = TableSteps(src + first, dst + 4 * first, count, p.map);
+    MapPixels(src + first + done, nullptr, dst + 4 * (first + done), count - done, p.map);
+  });
 }

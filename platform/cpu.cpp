@@ -1,6 +1,7 @@
-// SIMD level detection: CPUID and, before any AVX level, XGETBV on x86; on ARM, NEON is part
-// of every 64-bit processor and a feature bit the kernel reports on 32-bit ones. Also the
-// last-level cache's size, from CPUID's cache leaves, which sets when stores stream.
+// The processor's identity and SIMD level: CPUID and, before any AVX level, XGETBV on x86; on
+// ARM, NEON is part of every 64-bit processor and a feature bit the kernel reports on 32-bit
+// ones. Also the last-level cache's size, from CPUID's cache leaves, which sets when stores
+// stream.
 #include "platform/cpu.h"
 
 #if defined(__i386__) || defined(__x86_64__)
@@ -10,33 +11,57 @@
 #include <sys/auxv.h>
 #endif
 
+#if defined(__i386__) || defined(__x86_64__)
+Processor ProcessorFrom(const CpuidAnswers& answers) {
+  enum { kEax, kEbx, kEcx, kEdx };
+  Processor processor;
+  const uint32_t* vendor = answers.leaf0;
+  if (vendor[kEbx] == signature_INTEL_ebx && vendor[kEdx] == signature_INTEL_edx && vendor[kEcx] == signature_INTEL_ecx)
+    processor.vendor = Vendor::kIntel;
+  if (vendor[kEbx] == signature_AMD_ebx && vendor[kEdx] == signature_AMD_edx && vendor[kEcx] == signature_AMD_ecx)
+    processor.vendor = Vendor::kAMD;
+  const uint32_t maxLeaf = vendor[kEax];
+  if (maxLeaf < 1) return processor;
+  const uint32_t signature = answers.leaf1[kEax];
+  const int baseFamily = (signature >> 8) & 0xF, baseModel = (signature >> 4) & 0xF;
+  processor.family = baseFamily == 0xF ? baseFamily + static_cast<int>((signature >> 20) & 0xFF) : baseFamily;
+  const bool extendedModel = baseFamily == 0xF || (baseFamily == 6 && processor.vendor != Vendor::kAMD);
+  processor.model = extendedModel ? static_cast<int>((signature >> 12) & 0xF0) | baseModel : baseModel;
+
+  const uint32_t features = answers.leaf1[kEcx];
+  if (!(features & bit_SSSE3)) return processor;
+  processor.level = SimdLevel::kSSSE3;
+  // XMM and YMM state saved (bits 1, 2), and the opmask and ZMM registers (bits 5 to 7).
+  const bool ymm = (features & bit_OSXSAVE) && (answers.xcr0 & 0x6) == 0x6;
+  const bool zmm = ymm && (answers.xcr0 & 0xE6) == 0xE6;
+  const uint32_t ebx7 = answers.leaf7[kEbx], ecx7 = answers.leaf7[kEcx];
+  if (maxLeaf < 7 || !ymm || !(ebx7 & bit_AVX2)) return processor;
+  processor.level = SimdLevel::kAVX2;
+  if (zmm && (ebx7 & bit_AVX512F) && (ebx7 & bit_AVX512BW) && (ecx7 & bit_AVX512VBMI))
+    processor.level = SimdLevel::kAVX512;
+  return processor;
+}
+#endif
+
 namespace {
 
 #if defined(__i386__) || defined(__x86_64__)
-// The register state the operating system saves: XMM and YMM (bits 1, 2), and the
-// opmask and ZMM registers (bits 5 to 7).
-unsigned long long EnabledStates() {
-  unsigned int eax = 0, edx = 0;
-  __asm__ volatile("xgetbv" : "=a"(eax), "=d"(edx) : "c"(0));
-  return (static_cast<unsigned long long>(edx) << 32) | eax;
-}
-
-SimdLevel Detect() {
-  unsigned int eax = 0, ebx = 0, ecx = 0, edx = 0;
-  if (!__get_cpuid(1, &eax, &ebx, &ecx, &edx)) return SimdLevel::kScalar;
-  const bool ssse3 = ecx & bit_SSSE3;
-  const bool osxsave = ecx & bit_OSXSAVE;
-  if (!ssse3) return SimdLevel::kScalar;
-  if (!osxsave) return SimdLevel::kSSSE3;
-  const unsigned long long states = EnabledStates();
-  const bool ymm = (states & 0x6) == 0x6;
-  const bool zmm = (states & 0xE6) == 0xE6;
-  if (__get_cpuid_max(0, nullptr) < 7 || !ymm) return SimdLevel::kSSSE3;
-  __cpuid_count(7, 0, eax, ebx, ecx, edx);
-  const bool avx2 = ebx & bit_AVX2;
-  const bool avx512 = zmm && (ebx & bit_AVX512F) && (ebx & bit_AVX512BW) && (ecx & bit_AVX512VBMI);
-  if (!avx2) return SimdLevel::kSSSE3;
-  return avx512 ? SimdLevel::kAVX512 : SimdLevel::kAVX2;
+Processor Detect() {
+  CpuidAnswers answers{};
+  uint32_t* r = answers.leaf0;
+  if (!__get_cpuid(0, &r[0], &r[1], &r[2], &r[3])) return {};
+  r = answers.leaf1;
+  __cpuid(1, r[0], r[1], r[2], r[3]);
+  if (answers.leaf0[0] >= 7) {
+    r = answers.leaf7;
+    __cpuid_count(7, 0, r[0], r[1], r[2], r[3]);
+  }
+  if (answers.leaf1[2] & bit_OSXSAVE) {
+    uint32_t eax = 0, edx = 0;
+    __asm__ volatile("xgetbv" : "=a"(eax), "=d"(edx) : "c"(0));
+    answers.xcr0 = (uint64_t{edx} << 32) | eax;
+  }
+  return ProcessorFrom(answers);
 }
 
 // Deterministic cache parameters, one cache a subleaf (Intel's leaf 4, AMD's 0x8000001D):
@@ -58,49 +83,47 @@ int64_t DetectLastLevelCache() {
   unsigned int eax = 0, ebx = 0, ecx = 0, edx = 0;
   if (!__get_cpuid(0, &eax, &ebx, &ecx, &edx)) return 0;
   const unsigned int maxLeaf = eax;
-  const bool amd = ebx == signature_AMD_ebx && edx == signature_AMD_edx && ecx == signature_AMD_ecx;
-  if (amd) {
+  if (ThisProcessor().vendor == Vendor::kAMD) {
     // The cache topology leaf where the processor has it (bit 22 of 0x80000001 ECX).
     if (__get_cpuid(0x80000001, &eax, &ebx, &ecx, &edx) && (ecx & (1u << 22)) != 0) return LargestCache(0x8000001D);
     return 0;
   }
   return maxLeaf >= 4 ? LargestCache(4) : 0;
 }
-#elif defined(__aarch64__)
-SimdLevel Detect() { return SimdLevel::kNEON; }
+#else
+Processor Detect() {
+  Processor processor;
+#if defined(__aarch64__)
+  processor.level = SimdLevel::kNEON;
 #elif defined(__arm__) && defined(__linux__)
-SimdLevel Detect() { return getauxval(AT_HWCAP) & HWCAP_NEON ? SimdLevel::kNEON : SimdLevel::kScalar; }
-#else
-SimdLevel Detect() { return SimdLevel::kScalar; }
+  if (getauxval(AT_HWCAP) & HWCAP_NEON) processor.level = SimdLevel::kNEON;
 #endif
-
-SimdLevel gCap = SimdLevel::kWidest;
-
-#if defined(__i386__) || defined(__x86_64__)
-int64_t DefaultStreamingStoresFrom() {
-  const int64_t cache = LastLevelCacheBytes();
-  return cache > 0 ? cache + 1 : INT64_MAX;
+  return processor;
 }
-#else
-// The NEON kernels store through the caches only.
-int64_t DefaultStreamingStoresFrom() { return INT64_MAX; }
 int64_t DetectLastLevelCache() { return 0; }
 #endif
+
+int gHeld = -1;                     // -1: not held
 int64_t gStreamingStoresFrom = -1;  // -1: not set, the default
 
 }  // namespace
 
-SimdLevel DetectedSimdLevel() {
-  static const SimdLevel detected = Detect();
-  return detected;
+const Processor& ThisProcessor() {
+  static const Processor processor = Detect();
+  return processor;
 }
+
+SimdLevel DetectedSimdLevel() { return ThisProcessor().level; }
+
+int HeldSimdLevel() {
+  return gHeld < 0 ? -1 : gHeld < static_cast<int>(DetectedSimdLevel()) ? gHeld : static_cast<int>(DetectedSimdLevel());
+}
+
+void HoldSimdLevel(int level) { gHeld = level; }
 
 SimdLevel ActiveSimdLevel() {
-  const SimdLevel detected = DetectedSimdLevel();
-  return static_cast<int>(gCap) < static_cast<int>(detected) ? gCap : detected;
+  return HeldSimdLevel() >= 0 ? static_cast<SimdLevel>(HeldSimdLevel()) : DetectedSimdLevel();
 }
-
-void CapSimdLevel(SimdLevel cap) { gCap = cap; }
 
 const char* SimdLevelName(SimdLevel level) {
 #if defined(__aarch64__) || defined(__arm__)
@@ -118,7 +141,9 @@ int64_t LastLevelCacheBytes() {
 }
 
 int64_t StreamingStoresFrom() {
-  return gStreamingStoresFrom >= 0 ? gStreamingStoresFrom : DefaultStreamingStoresFrom();
+  if (gStreamingStoresFrom >= 0) return gStreamingStoresFrom;
+  const int64_t cache = LastLevelCacheBytes();
+  return cache > 0 ? cache + 1 : INT64_MAX;
 }
 
 void SetStreamingStoresFrom(int64_t bytes) { gStreamingStoresFrom = bytes; }

@@ -1,4 +1,5 @@
-// Which SIMD instruction sets the row kernels may use: found once, capped by tests.
+// The processor: who made it, its family and model, which SIMD instruction sets the kernels
+// may use (found once; held to one level by tests and the benchmark), and its cache.
 #pragma once
 
 #include <cstdint>
@@ -18,21 +19,45 @@ enum class SimdLevel : int {
 #endif
 };
 
-// What the processor and the operating system support.
+enum class Vendor { kOther, kIntel, kAMD };
+
+struct Processor {
+  Vendor vendor = Vendor::kOther;
+  int family = 0;                        // as the vendors number them: base family plus extended family
+  int model = 0;                         // with the extended model
+  SimdLevel level = SimdLevel::kScalar;  // the widest level it and the operating system support
+};
+
+#if defined(__i386__) || defined(__x86_64__)
+// The CPUID leaves (registers EAX, EBX, ECX, EDX) and the XCR0 register that tell a processor.
+struct CpuidAnswers {
+  uint32_t leaf0[4];  // the highest leaf and the vendor's name
+  uint32_t leaf1[4];  // family, model and features
+  uint32_t leaf7[4];  // extended features (subleaf 0)
+  uint64_t xcr0;      // the register state the operating system saves (0 without OSXSAVE)
+};
+Processor ProcessorFrom(const CpuidAnswers& answers);
+#endif
+
+// This processor, found once.
+const Processor& ThisProcessor();
 SimdLevel DetectedSimdLevel();
-// What the kernels use: the detected level, lowered by CapSimdLevel.
+// The level every shape is held to (at most the detected one), or -1 when none is: then each
+// shape runs at the level the kernel table gives it.
+int HeldSimdLevel();
+// Holds every shape to `level` (a test and benchmark seam), or with -1 lets go.
+void HoldSimdLevel(int level);
+// The held level, or else the detected one.
 SimdLevel ActiveSimdLevel();
-// Lowers the level the kernels use (a test seam; the detected level is never raised).
-void CapSimdLevel(SimdLevel cap);
 // The level's name, for messages.
 const char* SimdLevelName(SimdLevel level);
 
 // The bytes of the largest cache level this processor reports, 0 when it tells none.
 int64_t LastLevelCacheBytes();
-// Calls that read and write at least this many bytes in all store around the caches: they
-// pass more through the last-level cache than it holds, so little of what they wrote would
-// still be there to read next, and streaming spares reading every destination line first.
-// INT64_MAX where the cache's size is unknown or the kernels have no such stores.
+// Calls that read and write at least this many bytes in all may store around the caches:
+// they pass more through the last-level cache than it holds, so little of what they wrote
+// would still be there to read next, and streaming spares reading every destination line
+// first. INT64_MAX where the cache's size is unknown.
 int64_t StreamingStoresFrom();
 // Sets that size (a test seam: 0 makes every call stream, −1 restores the default).
 void SetStreamingStoresFrom(int64_t bytes);

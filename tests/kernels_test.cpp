@@ -1,19 +1,24 @@
-// Every fast row kernel against its plain form, at every SIMD level this machine has, storing
-// ordinarily and around the caches, for widths 0 to 67 (and a few longer), source
-// misalignments 0 to 15 and destination ones 0 to 63.
+// The plain row against pixels worked out by hand; every row kernel of every SIMD level this
+// machine has against the plain row, in every way it stores (ordinary, aligned, streaming),
+// for widths 0 to 67 (and a few longer), source misalignments 0 to 15 and destination ones 0
+// to 63; the kernel table over CPUID answers; the patterns kept between calls.
 #include <gtest/gtest.h>
+#if defined(__i386__) || defined(__x86_64__)
+#include <cpuid.h>
+#endif
 
 #include <cstdio>
 #include <cstring>
 #include <random>
+#include <string>
+#include <utility>
 #include <vector>
 
-#include "to_memory/copy_rows.h"
-#include "to_picture/picture_rows.h"
+#include "pixels/row_converter.h"
+#include "to_memory/copy_layouts.h"
+#include "to_picture/source_layouts.h"
 
 namespace {
-
-const char* Name(SimdLevel level) { return SimdLevelName(level); }
 
 constexpr size_t kLongestRow = 1001 * 8;
 constexpr size_t kGuard = 64;
@@ -38,136 +43,233 @@ struct Buffers {
   }
 };
 
-// Runs `body(level, width, sourceOffset, destinationOffset)` over every case, every call
-// storing the ordinary way, then every call around the caches: widths 0 to 67 meet every
-// tail of every step, the longer ones take several steps.
-template <typename Body>
-void ForEveryCase(Body body) {
-  static const bool told = printf("row kernels checked up to the %s level\n", Name(DetectedSimdLevel())) > 0;
-  (void)told;
-  std::vector<int32_t> widths = {127, 128, 131, 192, 255, 1001};
-  for (int32_t width = 0; width < 68; ++width) widths.push_back(width);
-  for (int64_t streamingFrom : {int64_t{-1}, int64_t{0}}) {
-    SetStreamingStoresFrom(streamingFrom);
-    for (int level = 0; level <= static_cast<int>(DetectedSimdLevel()); ++level) {
-      SCOPED_TRACE(testing::Message() << Name(static_cast<SimdLevel>(level))
-                                      << (streamingFrom == 0 ? ", streaming" : ""));
-      for (int32_t width : widths)
-        for (size_t shift = 0; shift < 16; ++shift) {
-          body(static_cast<SimdLevel>(level), width, kGuard + shift, kGuard + (shift * 7 + width) % 64);
-          if (testing::Test::HasFailure()) return SetStreamingStoresFrom(-1);
-        }
-    }
-  }
-  SetStreamingStoresFrom(-1);
-}
-
-void ExpectSame(const Buffers& buffers, int32_t width, size_t shift) {
-  ASSERT_EQ(buffers.fast, buffers.plain) << "width " << width << ", source at +" << shift;
-}
-
-struct CopyCase {
-  const char* name;
-  const CopyLayout* layout;
-  bool masked;
-  int32_t pixelByteSize;
-};
-
-const CopyCase kCopyCases[] = {
-    {"ARGB", &copy_layouts::kARGB, false, 0},     {"ABGR", &copy_layouts::kABGR, false, 0},
-    {"RGBA", &copy_layouts::kRGBA, false, 0},     {"BGRA", &copy_layouts::kBGRA, false, 0},
-    {"mask ARGB", &copy_layouts::kARGB, true, 0}, {"mask BGRA", &copy_layouts::kBGRA, true, 0},
-    {"mask RGBA", &copy_layouts::kRGBA, true, 0}, {"XRGB", &copy_layouts::kXRGB, false, 0},
-    {"RGBX", &copy_layouts::kRGBX, false, 0},     {"XBGR", &copy_layouts::kXBGR, false, 0},
-    {"RGB", &copy_layouts::kRGB, false, 0},       {"BGR", &copy_layouts::kBGR, false, 0},
-    {"R at 1", &copy_layouts::kR, false, 1},      {"G at 2", &copy_layouts::kG, false, 2},
-    {"B at 3", &copy_layouts::kB, false, 3},      {"G at 4", &copy_layouts::kG, false, 4},
-    {"R at 5", &copy_layouts::kR, false, 5},
-};
-
 const FormatGroup kGroups[] = {FormatGroup::kAlphaLast, FormatGroup::kAlphaFirst, FormatGroup::kRowTable};
 
-TEST(Kernels, CopyRowsMatchThePlainKernels) {
-  for (const CopyCase& c : kCopyCases) {
-    for (FormatGroup source : kGroups) {
+const GrayTables& RandomTables() {
+  static const GrayTables tables = [] {
+    GrayTables drawn;
+    std::mt19937 draw(7);
+    for (int v = 0; v < 256; ++v)
+      drawn.red[v] = static_cast<uint8_t>(draw()), drawn.green[v] = static_cast<uint8_t>(draw()),
+      drawn.blue[v] = static_cast<uint8_t>(draw());
+    return drawn;
+  }();
+  return tables;
+}
+
+struct NamedMap {
+  std::string name;
+  PixelMap map;
+};
+
+// The maps of every layout of both directions over every format group (and mask group).
+std::vector<NamedMap> EveryMap() {
+  using namespace copy_layouts;  // NOLINT
+  struct Copy {
+    const char* name;
+    const CopyLayout& layout;
+    bool masked;
+    int32_t pixelByteSize;
+  };
+  const Copy copies[] = {
+      {"ARGB", kARGB, false, 0},     {"ABGR", kABGR, false, 0},     {"RGBA", kRGBA, false, 0},
+      {"BGRA", kBGRA, false, 0},     {"mask ARGB", kARGB, true, 0}, {"mask BGRA", kBGRA, true, 0},
+      {"mask RGBA", kRGBA, true, 0}, {"XRGB", kXRGB, false, 0},     {"RGBX", kRGBX, false, 0},
+      {"XBGR", kXBGR, false, 0},     {"RGB", kRGB, false, 0},       {"BGR", kBGR, false, 0},
+      {"R at 1", kR, false, 1},      {"G at 2", kG, false, 2},      {"B at 3", kB, false, 3},
+      {"G at 4", kG, false, 4},      {"R at 5", kR, false, 5},
+  };
+  std::vector<NamedMap> maps;
+  for (const Copy& c : copies)
+    for (FormatGroup source : kGroups)
       for (FormatGroup mask : kGroups) {
         if (!c.masked && mask != FormatGroup::kAlphaLast) continue;
-        SCOPED_TRACE(testing::Message() << c.name << " from group " << int(source) << " mask group " << int(mask));
-        const CopyRowPlan plan =
-            PlanCopyRow(*c.layout, source, c.masked ? mask : FormatGroup::kNone, 0xA7, c.pixelByteSize);
-        const CopyKind kind = KindOf(*c.layout, c.masked);
-        Buffers buffers(kLongestRow + 64);
-        ForEveryCase([&](SimdLevel level, int32_t width, size_t from, size_t to) {
-          buffers.Prefill(to, static_cast<size_t>(width) * plan.stride);
-          CopyRow(kind, plan, level)(&buffers.source[from], &buffers.mask[from + 3], &buffers.fast[to], width);
-          CopyRow(kind, plan, SimdLevel::kScalar)(&buffers.source[from], &buffers.mask[from + 3], &buffers.plain[to],
-                                                  width);
-          ExpectSame(buffers, width, from);
-        });
+        maps.push_back({std::string(c.name) + " from group " + std::to_string(int(source)) + " mask group " +
+                            std::to_string(int(mask)),
+                        CopyMap(c.layout, source, c.masked ? mask : FormatGroup::kNone, 0xA7, c.pixelByteSize)});
+      }
+  namespace in = source_layouts;
+  const std::pair<const char*, SourceLayout> sources[] = {
+      {"ARGB", in::kARGB},        {"ABGR", in::kABGR},       {"BGRA", in::kBGRA},   {"RGBA", in::kRGBA},
+      {"BGR", in::kBGR},          {"RGB", in::kRGB},         {"gray", in::Gray(1)}, {"gray at 2", in::Gray(2)},
+      {"gray at 3", in::Gray(3)}, {"gray at 4", in::Gray(4)}};
+  for (const auto& [name, layout] : sources)
+    for (FormatGroup writer : kGroups)
+      for (const GrayTables* tables : {static_cast<const GrayTables*>(nullptr), &RandomTables()}) {
+        if (tables != nullptr && layout.bytes != 1) continue;  // colour has no tables
+        maps.push_back(
+            {std::string(name) + (tables ? " through tables" : "") + " into group " + std::to_string(int(writer)),
+             PictureMap(layout, writer, tables)});
+      }
+  return maps;
+}
+
+// What one map must give, worked out by hand: two pixels in, the destination before and after.
+TEST(Kernels, ThePlainRowGivesThePixelsWorkedOutByHand) {
+  const uint8_t in[8] = {10, 20, 30, 40, 50, 60, 70, 80}, mask[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+  GrayTables tint;
+  for (int v = 0; v < 256; ++v) tint.red[v] = static_cast<uint8_t>(v / 2), tint.green[v] = 1, tint.blue[v] = 2;
+  struct Case {
+    const char* name;
+    PixelMap map;
+    std::vector<uint8_t> before, after;
+  };
+  const Case cases[] = {
+      // From an A, R, G, B picture (alpha 10, red 20 …) with alpha 0xA7.
+      {"RGBA",
+       CopyMap(copy_layouts::kRGBA, FormatGroup::kAlphaFirst, FormatGroup::kNone, 0xA7, 0),
+       std::vector<uint8_t>(8, 0xEE),
+       {20, 30, 40, 0xA7, 60, 70, 80, 0xA7}},
+      // Alpha 255 − the green of a B, G, R, A mask: 255 − 2, 255 − 6.
+      {"mask ARGB",
+       CopyMap(copy_layouts::kARGB, FormatGroup::kAlphaLast, FormatGroup::kRowTable, 0, 0),
+       std::vector<uint8_t>(8, 0xEE),
+       {253, 10, 20, 30, 249, 50, 60, 70}},
+      {"XBGR",
+       CopyMap(copy_layouts::kXBGR, FormatGroup::kAlphaLast, FormatGroup::kNone, 0, 0),
+       {1, 2, 3, 4, 5, 6, 7, 8},
+       {1, 30, 20, 10, 5, 70, 60, 50}},
+      {"BGR",
+       CopyMap(copy_layouts::kBGR, FormatGroup::kRowTable, FormatGroup::kNone, 0, 0),
+       {1, 2, 3, 4, 5, 6, 7, 8},
+       {10, 20, 30, 50, 60, 70, 7, 8}},
+      // Blue, every third byte from byte 0 on.
+      {"B at 3",
+       CopyMap(copy_layouts::kB, FormatGroup::kAlphaLast, FormatGroup::kNone, 0, 3),
+       {1, 2, 3, 4, 5, 6, 7, 8},
+       {30, 2, 3, 70, 5, 6, 7, 8}},
+      // R, G, B, opaque filler 0 (the row-table group's B, G, R, alpha).
+      {"RGB into the row-table group",
+       PictureMap(source_layouts::kRGB, FormatGroup::kRowTable),
+       std::vector<uint8_t>(8, 0xEE),
+       {30, 20, 10, 0, 60, 50, 40, 0}},
+      // Samples 10 and 30, two bytes apart, through the tables: red v / 2, green 1, blue 2.
+      {"gray at 2 through tables",
+       PictureMap(source_layouts::Gray(2), FormatGroup::kAlphaFirst, &tint),
+       std::vector<uint8_t>(8, 0xEE),
+       {255, 5, 1, 2, 255, 15, 1, 2}},
+  };
+  for (const Case& c : cases) {
+    std::vector<uint8_t> out = c.before;
+    MapPixels(in, mask, out.data(), 2, c.map);
+    EXPECT_EQ(out, c.after) << c.name;
+  }
+}
+
+TEST(Kernels, EveryKernelMatchesThePlainRow) {
+  printf("row kernels checked up to the %s level\n", SimdLevelName(DetectedSimdLevel()));
+  constexpr int kLevels = static_cast<int>(SimdLevel::kWidest) + 1;
+  bool tested[kLevels][kStoreKinds][kShapeCount] = {};
+  std::vector<int32_t> widths = {127, 128, 131, 192, 255, 1001};
+  for (int32_t width = 0; width < 68; ++width) widths.push_back(width);
+  Buffers buffers(kLongestRow + 64);
+  for (const NamedMap& named : EveryMap()) {
+    const PixelMap& map = named.map;
+    const Shape shape = ShapeOf(map);
+    for (int level = 0; level <= static_cast<int>(DetectedSimdLevel()); ++level) {
+      RowPatterns patterns;
+      BuildRowPatterns(map, static_cast<SimdLevel>(level), &patterns);
+      MakePixelWords(map, patterns.words);
+      for (int stores = 0; stores < kStoreKinds; ++stores) {
+        const RowKernel kernel = RowKernelsFor(static_cast<SimdLevel>(level))(static_cast<Stores>(stores), shape);
+        if (kernel == nullptr) continue;
+        tested[level][stores][static_cast<int>(shape)] = true;
+        SCOPED_TRACE(testing::Message() << named.name << ", " << ShapeName(shape) << ", "
+                                        << SimdLevelName(static_cast<SimdLevel>(level)) << ", stores " << stores);
+        for (int32_t width : widths)
+          for (size_t shift = 0; shift < 16; ++shift) {
+            const size_t from = kGuard + shift, to = kGuard + (shift * 7 + width) % 64;
+            buffers.Prefill(to, static_cast<size_t>(width) * map.outputStride);
+            kernel(&buffers.source[from], &buffers.mask[from + 3], &buffers.fast[to], width, patterns);
+            MapPixels(&buffers.source[from], &buffers.mask[from + 3], &buffers.plain[to], width, map);
+            ASSERT_EQ(buffers.fast, buffers.plain) << "width " << width << ", source at +" << shift;
+          }
       }
     }
   }
+  for (int level = 0; level <= static_cast<int>(DetectedSimdLevel()); ++level)
+    for (int stores = 0; stores < kStoreKinds; ++stores)
+      for (int shape = 0; shape < kShapeCount; ++shape)
+        if (RowKernelsFor(static_cast<SimdLevel>(level))(static_cast<Stores>(stores), static_cast<Shape>(shape))) {
+          EXPECT_TRUE(tested[level][stores][shape]) << "no map tried the " << ShapeName(static_cast<Shape>(shape))
+                                                    << " kernel at level " << level << ", stores " << stores;
+        }
 }
 
-TEST(Kernels, PictureRowsMatchThePlainKernels) {
-  GrayTables identity, random;
-  std::mt19937 draw(7);
-  for (int v = 0; v < 256; ++v) {
-    identity.red[v] = identity.green[v] = identity.blue[v] = static_cast<uint8_t>(v);
-    random.red[v] = static_cast<uint8_t>(draw()), random.green[v] = static_cast<uint8_t>(draw());
-    random.blue[v] = static_cast<uint8_t>(draw());
-  }
+#if defined(__i386__) || defined(__x86_64__)
+// CPUID answers: the vendor's name, leaf 1's signature (family and model) and the features.
+CpuidAnswers Answers(const char* vendor, uint32_t signature, const char* features, uint64_t xcr0 = 0xE7) {
+  CpuidAnswers answers{{7}, {signature}, {}, xcr0};
+  memcpy(&answers.leaf0[1], vendor, 4), memcpy(&answers.leaf0[3], vendor + 4, 4),
+      memcpy(&answers.leaf0[2], vendor + 8, 4);
+  const std::string has = features;
+  if (has.find("ssse3") != std::string::npos) answers.leaf1[2] |= bit_SSSE3 | bit_OSXSAVE;
+  if (has.find("avx2") != std::string::npos) answers.leaf7[1] |= bit_AVX2;
+  if (has.find("avx512") != std::string::npos) answers.leaf7[1] |= bit_AVX512F | bit_AVX512BW;
+  if (has.find("vbmi") != std::string::npos) answers.leaf7[2] |= bit_AVX512VBMI;
+  return answers;
+}
+
+// The level of every shape (one digit each, in the order of Shape) on processors told by
+// their CPUID answers, and what calls of a few shapes run with.
+TEST(Kernels, TheTableChoosesPerProcessor) {
   struct Case {
     const char* name;
-    const SourceLayout* layout;
-    const GrayTables* tables;
-    int32_t stride;
+    CpuidAnswers answers;
+    int family, model;
+    const char* levels;
   };
+  const char* const kAll = "ssse3 avx2 avx512 vbmi";
   const Case cases[] = {
-      {"ARGB", &source_layouts::kARGB, nullptr, 4},
-      {"ABGR", &source_layouts::kABGR, nullptr, 4},
-      {"BGRA", &source_layouts::kBGRA, nullptr, 4},
-      {"RGBA", &source_layouts::kRGBA, nullptr, 4},
-      {"BGR", &source_layouts::kBGR, nullptr, 3},
-      {"RGB", &source_layouts::kRGB, nullptr, 3},
-      {"gray", nullptr, &identity, 1},
-      {"gray at 2", nullptr, &identity, 2},
-      {"gray at 3", nullptr, &identity, 3},
-      {"tables", nullptr, &random, 1},
-      {"tables at 4", nullptr, &random, 4},
+      {"Zen 4", Answers("AuthenticAMD", 0xA10F11, kAll), 25, 17, "22222222333"},
+      {"Zen 3", Answers("AuthenticAMD", 0xA00F10, "ssse3 avx2"), 25, 1, "22222222222"},
+      {"Zen 4, ZMM state not saved", Answers("AuthenticAMD", 0xA10F11, kAll, 0x7), 25, 17, "22222222222"},
+      {"Zen 2", Answers("AuthenticAMD", 0x830F10, "ssse3 avx2"), 23, 49, "22222222222"},
+      {"Sapphire Rapids", Answers("GenuineIntel", 0x806F8, kAll), 6, 143, "33333333333"},
+      {"Skylake-SP (no VBMI)", Answers("GenuineIntel", 0x50654, "ssse3 avx2 avx512"), 6, 85, "22222222222"},
+      {"without SSSE3", Answers("GenuineIntel", 0x6F6, ""), 6, 15, "00000000000"},
   };
   for (const Case& c : cases) {
-    for (FormatGroup writer : kGroups) {
-      SCOPED_TRACE(testing::Message() << c.name << " into group " << int(writer));
-      PictureRowPlan plan = PlanPictureRow(writer);
-      plan.stride = c.stride;
-      if (c.layout != nullptr) plan.red = c.layout->red, plan.green = c.layout->green, plan.blue = c.layout->blue;
-      plan.tables = c.tables;
-      plan.plainGray = c.tables == &identity;
-      Buffers buffers(kLongestRow + 64);
-      ForEveryCase([&](SimdLevel level, int32_t width, size_t from, size_t to) {
-        buffers.Prefill(to, static_cast<size_t>(width) * 4);
-        PictureRow(plan, level)(&buffers.source[from], &buffers.fast[to], width);
-        PictureRow(plan, SimdLevel::kScalar)(&buffers.source[from], &buffers.plain[to], width);
-        ExpectSame(buffers, width, from);
-      });
-    }
+    SCOPED_TRACE(c.name);
+    const Processor processor = ProcessorFrom(c.answers);
+    EXPECT_EQ(processor.family, c.family);
+    EXPECT_EQ(processor.model, c.model);
+    const KernelTable table = KernelTableFor(ChoicesFor(processor), processor.level, false);
+    std::string levels;
+    for (const ShapeChoice& shape : table.shapes) levels += static_cast<char>('0' + static_cast<int>(shape.level));
+    EXPECT_EQ(levels, c.levels);
+    const KernelTable held = KernelTableFor(ChoicesFor(processor), SimdLevel::kSSSE3, true);
+    for (const ShapeChoice& shape : held.shapes) EXPECT_EQ(shape.level, SimdLevel::kSSSE3);
   }
+  // Calls larger than the cache: at AVX-512 through the AVX2 kernels, which stream; kept
+  // bytes and table lookups the ordinary way. The switch aligns the widest kernels' stores.
+  const KernelTable intel = KernelTableFor(ChoicesFor(ProcessorFrom(cases[4].answers)), SimdLevel::kAVX512, false);
+  const auto pick = [&](Shape shape, bool aligns = false) {
+    ShapeChoice choice = intel[shape];
+    choice.aligns = aligns;
+    const KernelPick large = PickKernel(shape, choice, INT64_MAX);
+    return std::pair(large.level, large.stores);
+  };
+  EXPECT_EQ(pick(Shape::kFourToThree), std::pair(SimdLevel::kAVX2, Stores::kStreaming));
+  EXPECT_EQ(pick(Shape::kFourToFourKeeping), std::pair(SimdLevel::kAVX512, Stores::kOrdinary));
+  EXPECT_EQ(pick(Shape::kOneToFourTables), std::pair(SimdLevel::kAVX512, Stores::kOrdinary));
+  EXPECT_EQ(pick(Shape::kFourToFourKeeping, true), std::pair(SimdLevel::kAVX512, Stores::kAligned));
+  EXPECT_EQ(PickKernel(Shape::kFourToFour, {SimdLevel::kAVX2, false, true}, 0).stores, Stores::kOrdinary);
 }
+#endif
 
 // Patterns are kept between calls: a map that differs in any byte (here the alpha filled in)
 // must get its own, however many others came between.
 TEST(Kernels, KeptPatternsFollowTheMap) {
   Buffers buffers(kLongestRow + 64);
   for (int level = 0; level <= static_cast<int>(DetectedSimdLevel()); ++level) {
-    SCOPED_TRACE(Name(static_cast<SimdLevel>(level)));
+    SCOPED_TRACE(SimdLevelName(static_cast<SimdLevel>(level)));
+    const KernelTable table = KernelTableFor(ChoicesFor(ThisProcessor()), static_cast<SimdLevel>(level), true);
     for (int round = 0; round < 3; ++round) {
       for (int32_t alpha : {0x00, 0x01, 0x7F, 0x80, 0xFE, 0xFF}) {
-        const CopyRowPlan plan =
-            PlanCopyRow(copy_layouts::kRGBA, FormatGroup::kAlphaFirst, FormatGroup::kNone, alpha, 0);
+        const PixelMap map = CopyMap(copy_layouts::kRGBA, FormatGroup::kAlphaFirst, FormatGroup::kNone, alpha, 0);
         buffers.Prefill(kGuard, 255 * 4);
-        CopyRow(CopyKind::kFourBytes, plan, static_cast<SimdLevel>(level))(&buffers.source[kGuard], nullptr,
-                                                                           &buffers.fast[kGuard], 255);
+        RowConverter(map, table, 0)(&buffers.source[kGuard], nullptr, &buffers.fast[kGuard], 255);
         for (int32_t x = 0; x < 255; ++x) ASSERT_EQ(buffers.fast[kGuard + 4 * x + 3], alpha) << "pixel " << x;
       }
     }

@@ -7,7 +7,7 @@
 #include "host/host_functions.h"
 #include "host/memory_blocks.h"
 #include "host/yield.h"
-#include "to_memory/copy_rows.h"
+#include "pixels/row_converter.h"
 
 namespace {
 
@@ -68,8 +68,8 @@ bool CopyPictureLines(const CopyRequest& request) {
 
   auto* base = static_cast<uint8_t*>(REALMemoryBlockGetPtr(request.block));
   if (base == nullptr) return false;
-  const CopyRowPlan plan = PlanCopyRow(layout, sourceGroup, maskGroup, request.alpha, request.pixelByteSize);
-  const int64_t lineBytes = static_cast<int64_t>(std::max(shape.Width, 0)) * plan.stride;
+  const PixelMap map = CopyMap(layout, sourceGroup, maskGroup, request.alpha, request.pixelByteSize);
+  const int64_t lineBytes = static_cast<int64_t>(std::max(shape.Width, 0)) * map.outputStride;
   const int64_t pitch = std::max<int64_t>(lineBytes, request.destRowBytes);
   if (lines.empty()) return true;
   if (BlockTooSmall(request.block, ExtentOf(request, lines, pitch, lineBytes)))
@@ -79,10 +79,8 @@ bool CopyPictureLines(const CopyRequest& request) {
     if (request.withMask) mask.NextRow();
     source.NextRow();
   }
-  // The bytes the call reads (picture and mask) and writes decide whether it streams.
   const int64_t total = int64_t{pixels} * (lines.last - lines.first + 1);
-  const int64_t moved = total * (request.withMask ? 8 : 4) + (lines.last - lines.first + int64_t{1}) * lineBytes;
-  const CopyRow copyRow(KindOf(layout, request.withMask), plan, ActiveSimdLevel(), moved);
+  const RowConverter copyRow(map, ActiveKernelTable(), BytesMoved(map, total));
   uint8_t* destination = base + request.offset;
   // Lines that follow one another in the picture, the mask and the block are one long row
   // (not when a taller mask takes the picture's rows past its end, where they rest on row 0).

@@ -1,9 +1,11 @@
-// Byte layouts that pictures are copied into, as tables of what each written byte holds.
+// Byte layouts that pictures are copied into, as tables of what each written byte holds,
+// and the map a layout makes for a picture's format group.
 #pragma once
 
 #include <cstdint>
 
 #include "pixels/picture_editor.h"
+#include "pixels/pixel_map.h"
 
 // What one byte of a written pixel holds.
 enum class OutByte : uint8_t { kRed, kGreen, kBlue, kAlpha, kKeep };
@@ -36,17 +38,7 @@ inline constexpr CopyLayout kG{0, {B::kGreen, B::kKeep, B::kKeep, B::kKeep}};
 inline constexpr CopyLayout kB{0, {B::kBlue, B::kKeep, B::kKeep, B::kKeep}};
 }  // namespace copy_layouts
 
-// Where red, green and blue sit in a source pixel of each format group, and the mask's green.
-struct SourceBytes {
-  uint8_t red, green, blue;
-};
-inline SourceBytes SourceBytesOf(FormatGroup group) {
-  switch (group) {
-    case FormatGroup::kAlphaFirst:
-      return {1, 2, 3};
-    case FormatGroup::kRowTable:
-      return {2, 1, 0};
-    default:
-      return {0, 1, 2};
-  }
-}
+// The map of `layout` from a picture of the `source` group: alpha the low byte of `alpha`,
+// or 255 − the green of a mask of the `mask` group (kNone: no mask); single channels
+// `pixelByteSize` bytes apart.
+PixelMap CopyMap(const CopyLayout& layout, FormatGroup source, FormatGroup mask, int32_t alpha, int32_t pixelByteSize);

@@ -1,6 +1,6 @@
-// Gray sources, plain, tinted or mapped through three lookup tables: every overload builds
-// its tables before the rows are walked and then runs the same table kernel. Also the
-// LittleEndian choice of the ARGB family.
+// Gray sources, plain, tinted or mapped through three lookup tables: the tinted and mapped
+// overloads build their tables before the rows are walked. Also the LittleEndian choice of
+// the ARGB family.
 #include <algorithm>
 #include <climits>
 
@@ -54,12 +54,9 @@ const uint8_t* GraySource(typename Source::Handle source, int32_t offset, int32_
 }
 
 REALpictureStruct* WriteGray(const uint8_t* first, int32_t width, int32_t height, int32_t pixelByteSize,
-                             const GrayTables& tables, bool plain = false) {
-  PictureRowPlan plan{};
-  plan.stride = pixelByteSize;
-  plan.tables = &tables;
-  plan.plainGray = plain;
-  return WritePictureRows(nullptr, width, height, first, int64_t{width} * pixelByteSize, plan);
+                             const GrayTables* tables) {
+  return WritePictureRows(nullptr, width, height, first, int64_t{width} * pixelByteSize,
+                          source_layouts::Gray(pixelByteSize), tables);
 }
 
 }  // namespace
@@ -69,9 +66,7 @@ REALpictureStruct* Gray(typename Source::Handle source, int32_t offset, int32_t 
                         int32_t pixelByteSize) {
   const uint8_t* first = GraySource<Source>(source, offset, width, height, pixelByteSize);
   if (first == nullptr) return nullptr;
-  GrayTables tables;
-  for (int v = 0; v < 256; ++v) tables.red[v] = tables.green[v] = tables.blue[v] = static_cast<uint8_t>(v);
-  return WriteGray(first, width, height, pixelByteSize, tables, true);
+  return WriteGray(first, width, height, pixelByteSize, nullptr);
 }
 
 // The factors go to red, green and blue in the order declared, whatever their names say.
@@ -84,7 +79,7 @@ REALpictureStruct* GrayTint(typename Source::Handle source, int32_t offset, int3
   FillTint(tables.red, red);
   FillTint(tables.green, blue);
   FillTint(tables.blue, green);
-  return WriteGray(first, width, height, pixelByteSize, tables);
+  return WriteGray(first, width, height, pixelByteSize, &tables);
 }
 
 // Likewise the arrays: the first maps red, the second green, the third blue.
@@ -99,7 +94,7 @@ REALpictureStruct* GrayMapped(typename Source::Handle source, int32_t offset, in
   FillFromArray(tables.red, red, bounds[0]);
   FillFromArray(tables.green, blue, bounds[1]);
   FillFromArray(tables.blue, green, bounds[2]);
-  return WriteGray(first, width, height, pixelByteSize, tables);
+  return WriteGray(first, width, height, pixelByteSize, &tables);
 }
 
 template <typename Source>

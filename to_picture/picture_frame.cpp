@@ -4,6 +4,7 @@
 #include "host/exceptions.h"
 #include "host/host_functions.h"
 #include "host/memory_blocks.h"
+#include "pixels/row_converter.h"
 
 bool CheckPictureArguments(const PictureSource& source, int32_t offset, int32_t width, int32_t height) {
   if (source.isNil()) return RaiseException(kNilObjectException, kMemoryblockIsNil), false;
@@ -30,26 +31,23 @@ const uint8_t* SourceBytes(const PictureSource& source, int32_t offset, int64_t 
 }
 
 REALpictureStruct* WritePictureRows(REALpictureStruct* destination, int32_t width, int32_t height,
-                                    const uint8_t* firstRow, int64_t rowStep, PictureRowPlan plan) {
+                                    const uint8_t* firstRow, int64_t rowStep, const SourceLayout& layout,
+                                    const GrayTables* tables) {
   PictureWriter writer;
   if (!writer.NewPictureWriter(destination, width, height)) return nullptr;
   const FormatGroup group = GroupOf(writer.PixelFormat);
-  const PictureRowPlan format = PlanPictureRow(group);
-  plan.redShift = format.redShift, plan.greenShift = format.greenShift, plan.blueShift = format.blueShift;
-  plan.opaque = format.opaque;
+  if (group == FormatGroup::kNone) return writer.RenderPictureWriter();
+  const PixelMap map = PictureMap(layout, group, tables);
   const int64_t total = int64_t{width} * height;
-  // Bytes read and written; a sample every 2 GiB would take the product past 64 bits.
-  const int64_t perPixel = 4 + int64_t{plan.stride};
-  const int64_t moved = total > INT64_MAX / perPixel ? INT64_MAX : total * perPixel;
-  const PictureRow convert(plan, ActiveSimdLevel(), moved);
+  const RowConverter convert(map, ActiveKernelTable(), BytesMoved(map, total));
   // Rows that follow one another in the source and in the picture are one long row.
-  if (group != FormatGroup::kNone && writer.PixelFormat != kFormatRowTable && rowStep == int64_t{width} * plan.stride &&
+  if (writer.PixelFormat != kFormatRowTable && rowStep == int64_t{width} * layout.stride &&
       writer.RowBytes == int64_t{width} * 4 && total <= INT32_MAX) {
-    convert(firstRow, writer.CurrentRow, static_cast<int32_t>(total));
+    convert(firstRow, nullptr, writer.CurrentRow, static_cast<int32_t>(total));
     return writer.RenderPictureWriter();
   }
-  for (int32_t y = 0; y < height && group != FormatGroup::kNone; ++y) {
-    convert(firstRow + y * rowStep, writer.CurrentRow, width);
+  for (int32_t y = 0; y < height; ++y) {
+    convert(firstRow + y * rowStep, nullptr, writer.CurrentRow, width);
     writer.NextRow();
   }
   return writer.RenderPictureWriter();

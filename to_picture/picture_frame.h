@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "to_picture/picture_rows.h"
+#include "to_picture/source_layouts.h"
 
 // A source of pixels: a memory block (whose size the host may tell) or a raw address.
 struct PictureSource {
@@ -34,9 +34,10 @@ int64_t SourceExtent(int64_t count, int64_t step, int64_t last);
 // reach that far or the block has no address (silent).
 const uint8_t* SourceBytes(const PictureSource& source, int32_t offset, int64_t extent);
 
-// Writes `height` rows of `width` pixels into `destination` (when large enough) or a new
-// picture, source row y starting at firstRow + y × rowStep, converted as `plan` says (its
-// destination half is filled in here), and returns the picture with a
-// reference for the caller; null when no picture could be had.
+// Writes `height` rows of `width` pixels of `layout` (gray: through `tables` when given) into
+// `destination` (when large enough) or a new picture, source row y starting at
+// firstRow + y × rowStep, and returns the picture with a reference for the caller; null when
+// no picture could be had.
 REALpictureStruct* WritePictureRows(REALpictureStruct* destination, int32_t width, int32_t height,
-                                    const uint8_t* firstRow, int64_t rowStep, PictureRowPlan plan);
+                                    const uint8_t* firstRow, int64_t rowStep, const SourceLayout& layout,
+                                    const GrayTables* tables = nullptr);

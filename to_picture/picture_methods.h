@@ -13,14 +13,11 @@ REALpictureStruct* Convert(REALpictureStruct* dest, typename Source::Handle sour
                            int32_t height, bool flipVertically) {
   const PictureSource from = Source::Of(source);
   if (!CheckPictureArguments(from, offset, width, height)) return nullptr;
-  const int64_t pitch = int64_t{width} * kLayout.bytesPerPixel;
+  const int64_t pitch = int64_t{width} * kLayout.stride;
   const uint8_t* first = SourceBytes(from, offset, SourceExtent(height, pitch, 0));
   if (first == nullptr) return nullptr;
-  PictureRowPlan plan{};
-  plan.stride = kLayout.bytesPerPixel;
-  plan.red = kLayout.red, plan.green = kLayout.green, plan.blue = kLayout.blue;
-  if (flipVertically) return WritePictureRows(dest, width, height, first + (height - 1) * pitch, -pitch, plan);
-  return WritePictureRows(dest, width, height, first, pitch, plan);
+  if (flipVertically) return WritePictureRows(dest, width, height, first + (height - 1) * pitch, -pitch, kLayout);
+  return WritePictureRows(dest, width, height, first, pitch, kLayout);
 }
 
 // (dest, source, offset, width, height)

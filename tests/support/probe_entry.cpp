@@ -37,7 +37,7 @@ PROBE void PixelbridgeProbeFailAllocationsFrom(int call) {
 // Puts every process-global back as it was when the library was loaded, so that a new host
 // can run REALPluginMain again: the cache slot of every host function, the host's version
 // and kind, the control version, the registration tables (giving back what the version-9
-// conversion allocated), the SIMD cap, the clock and the allocation seam. The first call,
+// conversion allocated), the held SIMD level, the clock and the allocation seam. The first call,
 // which must come before the entry point first runs, keeps the tables as loaded.
 PROBE void PixelbridgeProbeReset() {
   static bool kept = false;
@@ -72,7 +72,7 @@ PROBE void PixelbridgeProbeReset() {
   rbversion = 0.0;
   CurrentREALControlVersion = 0;
   IsDesktop = IsConsole = false;
-  CapSimdLevel(SimdLevel::kWidest);
+  HoldSimdLevel(-1);
   SetStreamingStoresFrom(-1);
   ResetProbeClock();
   PixelbridgeProbeFailAllocationsFrom(0);
@@ -90,5 +90,6 @@ PROBE RecordWord* PixelbridgeProbeFixProperties(const REALproperty* list, intptr
 }
 PROBE void PixelbridgeProbeFree(void* memory) { free(memory); }
 
-// The widest SIMD level the kernels may use from now on.
-PROBE void PixelbridgeProbeCapSimd(int level) { CapSimdLevel(static_cast<SimdLevel>(level)); }
+// Holds every shape's kernels to one SIMD level from now on (at most the detected one), or
+// with -1 lets the kernel table choose again.
+PROBE void PixelbridgeProbeCapSimd(int level) { HoldSimdLevel(level); }

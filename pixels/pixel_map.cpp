@@ -1,0 +1,127 @@
+// The plain row and the shape of a map.
+#include "pixels/pixel_map.h"
+
+#include <cstring>
+
+namespace {
+struct Identity {
+  uint8_t values[256];
+};
+constexpr Identity kIdentity = [] {
+  Identity identity{};
+  for (int v = 0; v < 256; ++v) identity.values[v] = static_cast<uint8_t>(v);
+  return identity;
+}();
+
+// The row for output pixels of kBytes bytes (or more, whose bytes past the fourth stay), with
+// what holds for the whole row settled once: whether bytes go through tables (kLooked) and
+// keep destination bits (kKept), and per byte the input byte taken (byte 0, masked to
+// nothing, where none is) and the table (the values as they are, where none is).
+template <int kBytes, bool kLooked, bool kKept>
+void MapRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const PixelMap& map) {
+  int8_t from[kBytes];
+  uint8_t taken[kBytes], fill[kBytes], keep[kBytes];
+  const uint8_t* table[kBytes];
+  for (int k = 0; k < kBytes; ++k) {
+    from[k] = map.from[k] == PixelMap::kNone ? 0 : map.from[k];
+    taken[k] = map.from[k] == PixelMap::kNone ? 0 : 0xFF;
+    table[k] = map.table[k] != nullptr ? map.table[k] : kIdentity.values;
+    fill[k] = map.fill[k], keep[k] = map.keep[k];
+  }
+  const int8_t maskTo = map.maskTo, maskGreen = map.maskGreen;
+  const int32_t inputStride = map.inputStride, outputStride = map.outputStride;
+  for (int32_t x = 0; x < pixels; ++x) {
+    for (int k = 0; k < kBytes; ++k) {
+      uint8_t byte = src[from[k]] & taken[k];
+      if (kLooked) byte = table[k][byte];
+      byte |= fill[k];
+      if (kKept) byte |= dst[k] & keep[k];
+      dst[k] = byte;
+    }
+    if (maskTo != PixelMap::kNone) {
+      dst[maskTo] = static_cast<uint8_t>(dst[maskTo] | (255 - mask[maskGreen]));
+      mask += 4;
+    }
+    src += inputStride;
+    dst += outputStride;
+  }
+}
+
+template <int kBytes>
+void MapRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const PixelMap& map) {
+  bool looked = false, kept = false;
+  for (int k = 0; k < kBytes; ++k) looked |= map.table[k] != nullptr, kept |= map.keep[k] != 0;
+  if (looked)
+    return kept ? MapRow<kBytes, true, true>(src, mask, dst, pixels, map)
+                : MapRow<kBytes, true, false>(src, mask, dst, pixels, map);
+  if (kept) return MapRow<kBytes, false, true>(src, mask, dst, pixels, map);
+  MapRow<kBytes, false, false>(src, mask, dst, pixels, map);
+}
+}  // namespace
+
+void MapPixels(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const PixelMap& map) {
+  switch (map.outputBytes()) {
+    case 1:
+      return MapRow<1>(src, mask, dst, pixels, map);
+    case 2:
+      return MapRow<2>(src, mask, dst, pixels, map);
+    case 3:
+      return MapRow<3>(src, mask, dst, pixels, map);
+    default:
+      return MapRow<4>(src, mask, dst, pixels, map);
+  }
+}
+
+Shape ShapeOf(const PixelMap& map) {
+  const int bytes = map.outputBytes();
+  bool kept = false, tables = false, fromSample = true, lookups = true;
+  for (int k = 0; k < bytes; ++k) {
+    kept |= map.keep[k] != 0;
+    tables |= map.table[k] != nullptr;
+    fromSample &= map.from[k] == 0 || map.from[k] == PixelMap::kNone;
+    lookups &= (map.table[k] != nullptr) == (map.from[k] == 0);
+  }
+  // Vector kernels load whole input pixels.
+  const int in = map.inputBytes == map.inputStride ? map.inputStride : 0, out = map.outputStride;
+  if (map.maskTo != PixelMap::kNone)
+    return in == 4 && out == 4 && !kept && !tables ? Shape::kFourToFourMasked : Shape::kPlain;
+  if (in == 4 && !tables) {
+    if (out == 4) return kept ? Shape::kFourToFourKeeping : Shape::kFourToFour;
+    if (out == 3) return kept ? Shape::kFourToThreeKeeping : Shape::kFourToThree;
+    if (out == 1 && !kept && map.fill[0] == 0 && map.from[0] != PixelMap::kNone) return Shape::kFourToOne;
+  }
+  if (in == 3 && out == 4 && !kept && !tables) return Shape::kThreeToFour;
+  if (out == 4 && !kept && fromSample) {
+    if (in != 1) return Shape::kGrayWords;  // samples at a stride
+    if (!tables) return Shape::kOneToFour;
+    return lookups ? Shape::kOneToFourTables : Shape::kGrayWords;
+  }
+  return Shape::kPlain;
+}
+
+bool PixelMap::operator==(const PixelMap& other) const {
+  return inputStride == other.inputStride && outputStride == other.outputStride && inputBytes == other.inputBytes &&
+         maskGreen == other.maskGreen && maskTo == other.maskTo && memcmp(from, other.from, sizeof from) == 0 &&
+         memcmp(fill, other.fill, sizeof fill) == 0 && memcmp(keep, other.keep, sizeof keep) == 0 &&
+         memcmp(table, other.table, sizeof table) == 0;
+}
+
+const char* ShapeName(Shape shape) {
+  static const char* const kNames[kShapeCount] = {"four to four",
+                                                  "four to four, alpha from a mask",
+                                                  "four to four, bytes kept",
+                                                  "four to three",
+                                                  "four to three, bytes kept",
+                                                  "four to one (a channel)",
+                                                  "three to four",
+                                                  "one to four (gray)",
+                                                  "one to four through tables",
+                                                  "gray at a stride, through pixel words",
+                                                  "plain"};
+  return kNames[static_cast<int>(shape)];
+}
+
+int64_t BytesMoved(const PixelMap& map, int64_t pixels) {
+  const int64_t perPixel = int64_t{map.inputStride} + map.outputStride + (map.maskTo != PixelMap::kNone ? 4 : 0);
+  return pixels > INT64_MAX / perPixel ? INT64_MAX : pixels * perPixel;
+}

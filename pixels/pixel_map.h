@@ -1,0 +1,55 @@
+// The one description of a conversion: how each output pixel is made from one input pixel
+// (and a mask pixel), what shape of kernel that takes, and the plain row that defines it.
+#pragma once
+
+#include <cstdint>
+
+// Output pixel x starts outputStride × x bytes into the row and is made from the input pixel
+// inputStride × x bytes in, of which only the first inputBytes are sure to be there (a gray
+// sample's first byte; the last sample's others may lie past the source). Its bytes 0 to 3
+// (fewer when outputStride is smaller) are each
+//   table[k][taken] (or taken, without a table) | fill[k] | (the old byte & keep[k])
+// where taken is input byte from[k] (0 for kNone); the byte maskTo also takes 255 − the
+// mask pixel's byte maskGreen (mask pixels are four bytes). Bytes past the fourth are left
+// alone.
+struct PixelMap {
+  static constexpr int8_t kNone = -1;
+  int32_t inputStride = 4;   // 4, 3 for packed pixels, any for gray samples
+  int32_t outputStride = 4;  // 4, 3 for packed pixels, any for a channel
+  int8_t inputBytes = 4;     // 4, 3, or 1 for gray samples
+  int8_t from[4] = {kNone, kNone, kNone, kNone};
+  uint8_t fill[4] = {};  // alpha, an opaque filler
+  uint8_t keep[4] = {};  // 0xFF where the destination's byte stays as it was
+  int8_t maskGreen = kNone;
+  int8_t maskTo = kNone;
+  const uint8_t* table[4] = {};  // 256 entries each: gray through tints or tables
+
+  int outputBytes() const { return outputStride < 4 ? outputStride : 4; }
+  bool operator==(const PixelMap& other) const;
+};
+
+// The shapes of map that kernels are written for.
+enum class Shape : uint8_t {
+  kFourToFour,          // every byte made (ARGB copies, colour conversions)
+  kFourToFourMasked,    // alpha from a mask
+  kFourToFourKeeping,   // some destination bytes kept (XRGB, a channel every four bytes)
+  kFourToThree,         // packed (RGB copies)
+  kFourToThreeKeeping,  // packed with kept bytes (a channel every three bytes)
+  kFourToOne,           // a channel
+  kThreeToFour,         // RGB sources
+  kOneToFour,           // gray samples one byte apart
+  kOneToFourTables,     // the same through tables
+  kGrayWords,           // gray samples at any other stride, through a table of pixel words
+  kPlain,               // anything else, by MapPixels (channels two or five and more bytes apart)
+};
+constexpr int kShapeCount = static_cast<int>(Shape::kPlain) + 1;
+
+Shape ShapeOf(const PixelMap& map);
+const char* ShapeName(Shape shape);
+
+// The plain row, pixel by pixel: the definition every kernel is tested against. `mask` is
+// read only by maps with maskTo.
+void MapPixels(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const PixelMap& map);
+
+// The bytes a call of `pixels` pixels reads and writes (saturating at INT64_MAX).
+int64_t BytesMoved(const PixelMap& map, int64_t pixels);
