@@ -4,7 +4,7 @@ FUZZ_SECONDS ?= 600
 
 # The trees `make test` builds and tests, in this order. A tree is build/NAME/, configured
 # from cmake/toolchains/NAME.cmake where there is one (native has none).
-TREES := native i386 aarch64 armhf
+TREES := native i386 aarch64 armhf clang
 
 # What each tree needs from Debian, and no more (asan: the native tree with the sanitizers;
 # fuzz: clang and libFuzzer; format: the style check).
@@ -12,13 +12,14 @@ PACKAGES_native := cmake g++ libgd-dev libgtest-dev libyuv-dev
 PACKAGES_i386 := cmake g++-i686-linux-gnu libc6-i386 lib32stdc++6 qemu-user googletest
 PACKAGES_aarch64 := cmake g++-aarch64-linux-gnu qemu-user googletest
 PACKAGES_armhf := cmake g++-arm-linux-gnueabihf qemu-user googletest
+PACKAGES_clang := cmake clang libgd-dev libgtest-dev libyuv-dev
 PACKAGES_asan := $(PACKAGES_native)
 PACKAGES_fuzz := cmake clang libclang-rt-14-dev libgd-dev
 PACKAGES_format := clang-format
 
 # Options of trees beyond their toolchain file.
 OPTIONS_asan := -DPIXELBRIDGE_SANITIZE=ON
-OPTIONS_fuzz := -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DPIXELBRIDGE_FUZZ=ON -DPIXELBRIDGE_TESTS=OFF
+OPTIONS_fuzz := -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/clang.cmake -DPIXELBRIDGE_FUZZ=ON -DPIXELBRIDGE_TESTS=OFF
 
 .PHONY: all test demo bench deps sanitize fuzz fuzz-ci format format-check clean $(TREES) $(addprefix test-,$(TREES))
 

@@ -15,7 +15,7 @@ TEST(Methods, CaseTable) {
     else hosts.back().second.push_back(line);
   }
   for (const auto& [config, calls] : hosts)
-    pixeltest::InHost(config, [&](refhost::Host& host) {
+    pixeltest::InHost(config, [&, &calls = calls](refhost::Host& host) {
       for (const std::string& call : calls) pixeltest::ExpectCall(host, call);
     });
 }

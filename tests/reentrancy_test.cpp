@@ -14,7 +14,7 @@ TEST(Reentrancy, OtherMethodsRunWhileACopyYields) {
                                                                  {"5x4:vector", refhost::HostKind::Desktop}};
   for (const auto& [copied, kind] : receivers) {
     SCOPED_TRACE(copied + (kind == refhost::HostKind::Console ? " on a console host" : ""));
-    pixeltest::InHost(pixeltest::PluginConfig(kind), [&](Host& host) {
+    pixeltest::InHost(pixeltest::PluginConfig(kind), [&, &copied = copied](Host& host) {
       refhost::Picture* picture = pixeltest::NewPicture(host, copied);
       refhost::Picture* mask = pixeltest::NewPicture(host, "5x4", true);
       int yields = 0, depth = 0;
