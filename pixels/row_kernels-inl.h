@@ -121,45 +121,29 @@ PIXELBRIDGE_KERNEL inline void RunRow(const uint8_t* dst, int32_t pixels, Steps&
   steps(std::false_type{}, 0, pixels);
 }
 
-template <bool kStream>
+// Two vectors a step, then one; kKeeping keeps the destination's bytes where the map says.
+template <bool kKeeping, bool kStream>
 PIXELBRIDGE_KERNEL inline void FourToFourSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill);
+  const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill), keep = Pattern(p.keep);
+  const auto convert = [&](int32_t x) PIXELBRIDGE_KERNEL {
+    const Vec made = Or(Shuffle(Load(src + 4 * x), shuffle), fill);
+    return kKeeping ? Or(made, And(Load(dst + 4 * x), keep)) : made;
+  };
   int32_t x = 0;
   for (; x + 2 * kPixelsPerVector <= pixels; x += 2 * kPixelsPerVector) {
-    const Vec a = Load(src + 4 * x), b = Load(src + 4 * x + PIXELBRIDGE_VECTOR_BYTES);
-    Put<kStream>(dst + 4 * x, Or(Shuffle(a, shuffle), fill));
-    Put<kStream>(dst + 4 * x + PIXELBRIDGE_VECTOR_BYTES, Or(Shuffle(b, shuffle), fill));
+    const Vec a = convert(x), b = convert(x + kPixelsPerVector);
+    Put<kStream>(dst + 4 * x, a);
+    Put<kStream>(dst + 4 * (x + kPixelsPerVector), b);
   }
-  for (; x + kPixelsPerVector <= pixels; x += kPixelsPerVector)
-    Put<kStream>(dst + 4 * x, Or(Shuffle(Load(src + 4 * x), shuffle), fill));
+  for (; x + kPixelsPerVector <= pixels; x += kPixelsPerVector) Put<kStream>(dst + 4 * x, convert(x));
   MapPixels(src + 4 * x, nullptr, dst + 4 * x, pixels - x, p.map);
 }
 
-template <Stores kStores>
+template <bool kKeeping, Stores kStores>
 PIXELBRIDGE_ROW_ENTRY void FourToFour(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
                                       const RowPatterns& p) {
   RunRow<4, kStores>(dst, pixels, [&](auto stream, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
-    FourToFourSteps<decltype(stream)::value>(src + 4 * first, dst + 4 * first, count, p);
-  });
-}
-
-template <bool kStream>
-PIXELBRIDGE_KERNEL inline void FourToFourKeepingSteps(const uint8_t* src, uint8_t* dst, int32_t pixels,
-                                                      const RowPatterns& p) {
-  const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill), keep = Pattern(p.keep);
-  int32_t x = 0;
-  for (; x + kPixelsPerVector <= pixels; x += kPixelsPerVector) {
-    const Vec kept = And(Load(dst + 4 * x), keep);
-    Put<kStream>(dst + 4 * x, Or(Or(Shuffle(Load(src + 4 * x), shuffle), fill), kept));
-  }
-  MapPixels(src + 4 * x, nullptr, dst + 4 * x, pixels - x, p.map);
-}
-
-template <Stores kStores>
-PIXELBRIDGE_ROW_ENTRY void FourToFourKeeping(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
-                                             const RowPatterns& p) {
-  RunRow<4, kStores>(dst, pixels, [&](auto stream, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
-    FourToFourKeepingSteps<decltype(stream)::value>(src + 4 * first, dst + 4 * first, count, p);
+    FourToFourSteps<kKeeping, decltype(stream)::value>(src + 4 * first, dst + 4 * first, count, p);
   });
 }
 
@@ -233,8 +217,8 @@ PIXELBRIDGE_ROW_ENTRY void FourToOne(const uint8_t* src, const uint8_t*, uint8_t
 
 // The kernels of one way of storing, in the order of Shape; gray through tables and the
 // shapes without vector code come from the level's file.
-#define PIXELBRIDGE_SHAPE_KERNELS(stores, tables, words, plain)                                                     \
-  {                                                                                                                 \
-    FourToFour<stores>, FourToFourMasked<stores>, FourToFourKeeping<stores>, FourToThree<stores>,                   \
-        FourToThreeKeeping<stores>, FourToOne<stores>, ThreeToFour<stores>, OneToFour<stores>, tables, words, plain \
+#define PIXELBRIDGE_SHAPE_KERNELS(stores, tables, words, plain)                                                    \
+  {                                                                                                                \
+    FourToFour<false, stores>, FourToFourMasked<stores>, FourToFour<true, stores>, FourToThree<false, stores>,     \
+        FourToThree<true, stores>, FourToOne<stores>, ThreeToFour<stores>, OneToFour<stores>, tables, words, plain \
   }

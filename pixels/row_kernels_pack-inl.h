@@ -97,20 +97,11 @@ PIXELBRIDGE_KERNEL inline void Pack(const uint8_t* src, uint8_t* dst, int32_t pi
 }
 
 template <bool kKeeping, Stores kStores>
-PIXELBRIDGE_KERNEL inline void PackRow(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
+                                       const RowPatterns& p) {
   RunRow<3, kStores>(dst, pixels, [&](auto stream, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
     Pack<kKeeping, decltype(stream)::value>(src + 4 * first, dst + 3 * first, count, p);
   });
-}
-template <Stores kStores>
-PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
-                                       const RowPatterns& p) {
-  PackRow<false, kStores>(src, dst, pixels, p);
-}
-template <Stores kStores>
-PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
-                                              const RowPatterns& p) {
-  PackRow<true, kStores>(src, dst, pixels, p);
 }
 
 // Sixteen pixels a step from 48 bytes, realigned so that each block of four starts a lane.

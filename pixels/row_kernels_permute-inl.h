@@ -91,15 +91,10 @@ PIXELBRIDGE_KERNEL inline void PermuteRow(const uint8_t* src, uint8_t* dst, int3
   });
 }
 
-template <Stores kStores>
+template <bool kKeeping, Stores kStores>
 PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
                                        const RowPatterns& p) {
-  PermuteRow<4, 3, false, kStores>(src, dst, pixels, p);
-}
-template <Stores kStores>
-PIXELBRIDGE_ROW_ENTRY void FourToThreeKeeping(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
-                                              const RowPatterns& p) {
-  PermuteRow<4, 3, true, kStores>(src, dst, pixels, p);
+  PermuteRow<4, 3, kKeeping, kStores>(src, dst, pixels, p);
 }
 template <Stores kStores>
 PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
