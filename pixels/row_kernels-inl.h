@@ -121,7 +121,8 @@ PIXELBRIDGE_KERNEL inline void RunRow(const uint8_t* dst, int32_t pixels, Steps&
   steps(std::false_type{}, 0, pixels);
 }
 
-// Two vectors a step, then one; kKeeping keeps the destination's bytes where the map says.
+// Two vectors a step, then one; kKeeping keeps the destination's bytes where the map says, a
+// vector a step (two, with their reads of the destination, run slower).
 template <bool kKeeping, bool kStream>
 PIXELBRIDGE_KERNEL inline void FourToFourSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec shuffle = Pattern(p.shuffle), fill = Pattern(p.fill), keep = Pattern(p.keep);
@@ -130,7 +131,7 @@ PIXELBRIDGE_KERNEL inline void FourToFourSteps(const uint8_t* src, uint8_t* dst,
     return kKeeping ? Or(made, And(Load(dst + 4 * x), keep)) : made;
   };
   int32_t x = 0;
-  for (; x + 2 * kPixelsPerVector <= pixels; x += 2 * kPixelsPerVector) {
+  for (; !kKeeping && x + 2 * kPixelsPerVector <= pixels; x += 2 * kPixelsPerVector) {
     const Vec a = convert(x), b = convert(x + kPixelsPerVector);
     Put<kStream>(dst + 4 * x, a);
     Put<kStream>(dst + 4 * (x + kPixelsPerVector), b);
