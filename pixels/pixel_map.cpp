@@ -4,15 +4,6 @@
 #include <cstring>
 
 namespace {
-struct Identity {
-  uint8_t values[256];
-};
-constexpr Identity kIdentity = [] {
-  Identity identity{};
-  for (int v = 0; v < 256; ++v) identity.values[v] = static_cast<uint8_t>(v);
-  return identity;
-}();
-
 // The row for output pixels of kBytes bytes (or more, whose bytes past the fourth stay), with
 // what holds for the whole row settled once: whether bytes go through tables (kLooked) and
 // keep destination bits (kKept), and per byte the input byte taken (byte 0, masked to
@@ -25,7 +16,7 @@ void MapRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixel
   for (int k = 0; k < kBytes; ++k) {
     from[k] = map.from[k] == PixelMap::kNone ? 0 : map.from[k];
     taken[k] = map.from[k] == PixelMap::kNone ? 0 : 0xFF;
-    table[k] = map.table[k] != nullptr ? map.table[k] : kIdentity.values;
+    table[k] = map.table[k] != nullptr ? map.table[k] : kIdentityTable.values;
     fill[k] = map.fill[k], keep[k] = map.keep[k];
   }
   const int8_t maskTo = map.maskTo, maskGreen = map.maskGreen;

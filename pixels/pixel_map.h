@@ -28,6 +28,16 @@ struct PixelMap {
   bool operator==(const PixelMap& other) const;
 };
 
+// Every byte value in order: the table of a byte that goes through none.
+struct ByteTable {
+  uint8_t values[256];
+};
+inline constexpr ByteTable kIdentityTable = [] {
+  ByteTable identity{};
+  for (int v = 0; v < 256; ++v) identity.values[v] = static_cast<uint8_t>(v);
+  return identity;
+}();
+
 // The shapes of map that kernels are written for.
 enum class Shape : uint8_t {
   kFourToFour,          // every byte made (ARGB copies, colour conversions)

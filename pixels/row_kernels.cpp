@@ -98,19 +98,11 @@ void MakePixelWords(const PixelMap& map, uint32_t* words) {
   // a constant), then the words from the columns in one plain loop. The words hold the bytes
   // in memory order on little-endian processors, which all targets here are.
   static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
-  struct Column {
-    uint8_t values[256];
-  };
-  static constexpr Column kSamples = [] {
-    Column column{};
-    for (int v = 0; v < 256; ++v) column.values[v] = static_cast<uint8_t>(v);
-    return column;
-  }();
-  static constexpr Column kZeros{};
+  static constexpr ByteTable kZeros{};
   const uint8_t* column[4];
   uint32_t constant = 0;
   for (int k = 0; k < 4; ++k) {
-    const uint8_t* looked = map.table[k] != nullptr ? map.table[k] : kSamples.values;
+    const uint8_t* looked = map.table[k] != nullptr ? map.table[k] : kIdentityTable.values;
     column[k] = map.from[k] == 0 ? looked : kZeros.values;
     if (map.from[k] != 0) constant |= uint32_t{looked[0]} << 8 * k;
     constant |= uint32_t{map.fill[k]} << 8 * k;
