@@ -89,15 +89,19 @@ TEST(Methods, CopyOfAPictureTheHostCantDrawNorLend) {
 }
 
 // A host that answers for no application class is asked again at each open, three classes
-// each time, until a granted lock settles its kind.
+// each time, until a granted lock settles its kind: a bitmap context on a desktop host, a
+// true-colour image on a console one (whose second call opens a drawn copy too, and asks
+// for it as well).
 TEST(Methods, HostKindAskedUntilALockIsGranted) {
-  pixeltest::InHost(pixeltest::ParseHost("host desktop lacking=pluginObjectType", PIXELBRIDGE_PLUGIN),
-                    [](refhost::Host& host) {
-                      pixeltest::ExpectCall(host, "1 picture=2x2:alpha:refuse -> false");
-                      pixeltest::ExpectCall(host, "1 picture=2x2 -> true");
-                      pixeltest::ExpectCall(host, "1 picture=2x2 -> true");
-                      EXPECT_EQ(host.LookupCount("pluginObjectType"), 6);
-                    });
+  for (const auto& [kind, lookups] : {std::pair<std::string, int>{"desktop", 6}, {"console", 9}})
+    pixeltest::InHost(pixeltest::ParseHost("host " + kind + " lacking=pluginObjectType", PIXELBRIDGE_PLUGIN),
+                      [&, kind = kind, lookups = lookups](refhost::Host& host) {
+                        SCOPED_TRACE(kind);
+                        pixeltest::ExpectCall(host, "1 picture=2x2:alpha:refuse -> false");
+                        pixeltest::ExpectCall(host, "1 picture=2x2 -> true");
+                        pixeltest::ExpectCall(host, "1 picture=2x2 -> true");
+                        EXPECT_EQ(host.LookupCount("pluginObjectType"), lookups);
+                      });
 }
 
 }  // namespace
