@@ -217,23 +217,26 @@ TEST(Kernels, TheTableChoosesPerProcessor) {
     const char* name;
     CpuidAnswers answers;
     int family, model;
+    const char* row;  // of the kernel table
     const char* levels;
   };
+  const char* const kZen = "AMD family 25 (Zen 3, Zen 4)";
   const char* const kAll = "ssse3 avx2 avx512 vbmi";
   const Case cases[] = {
-      {"Zen 4", Answers("AuthenticAMD", 0xA10F11, kAll), 25, 17, "22222222333"},
-      {"Zen 3", Answers("AuthenticAMD", 0xA00F10, "ssse3 avx2"), 25, 1, "22222222222"},
-      {"Zen 4, ZMM state not saved", Answers("AuthenticAMD", 0xA10F11, kAll, 0x7), 25, 17, "22222222222"},
-      {"Zen 2", Answers("AuthenticAMD", 0x830F10, "ssse3 avx2"), 23, 49, "22222222222"},
-      {"Sapphire Rapids", Answers("GenuineIntel", 0x806F8, kAll), 6, 143, "33333333333"},
-      {"Skylake-SP (no VBMI)", Answers("GenuineIntel", 0x50654, "ssse3 avx2 avx512"), 6, 85, "22222222222"},
-      {"without SSSE3", Answers("GenuineIntel", 0x6F6, ""), 6, 15, "00000000000"},
+      {"Zen 4", Answers("AuthenticAMD", 0xA10F11, kAll), 25, 17, kZen, "22222222333"},
+      {"Zen 3", Answers("AuthenticAMD", 0xA00F10, "ssse3 avx2"), 25, 1, kZen, "22222222222"},
+      {"Zen 4, ZMM state not saved", Answers("AuthenticAMD", 0xA10F11, kAll, 0x7), 25, 17, kZen, "22222222222"},
+      {"Zen 2", Answers("AuthenticAMD", 0x830F10, "ssse3 avx2"), 23, 49, "any other processor", "22222222222"},
+      {"Sapphire Rapids", Answers("GenuineIntel", 0x806F8, kAll), 6, 143, "Intel", "33333333333"},
+      {"Skylake-SP (no VBMI)", Answers("GenuineIntel", 0x50654, "ssse3 avx2 avx512"), 6, 85, "Intel", "22222222222"},
+      {"without SSSE3", Answers("GenuineIntel", 0x6F6, ""), 6, 15, "Intel", "00000000000"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     const Processor processor = ProcessorFrom(c.answers);
     EXPECT_EQ(processor.family, c.family);
     EXPECT_EQ(processor.model, c.model);
+    EXPECT_STREQ(ChoicesFor(processor).family, c.row);
     const KernelTable table = KernelTableFor(ChoicesFor(processor), processor.level, false);
     std::string levels;
     for (const ShapeChoice& shape : table.shapes) levels += static_cast<char>('0' + static_cast<int>(shape.level));
