@@ -34,6 +34,25 @@ PROBE void PixelbridgeProbeFailAllocationsFrom(int call) {
   gFailAllocationsFrom = call;
 }
 
+// The plug-in's writable globals: put back by the reset below (by the function named after
+// the colon, if any), or keeping what they hold across hosts. tests/check_globals.sh fails on
+// a global missing here; the host function wrappers are put back through their list.
+//   global gResolver
+//   global rbversion
+//   global CurrentREALControlVersion
+//   global IsDesktop
+//   global IsConsole
+//   global globalMethods
+//   global pictureMethods
+//   global pictureClass
+//   global gHeld: HoldSimdLevel
+//   global gStreamingStoresFrom: SetStreamingStoresFrom
+//   global ThisProcessor::processor: keeps, because the processor is the same for every host
+//   global LastLevelCacheBytes::bytes: keeps, the size of that processor's cache
+//   global ActiveKernelTable::choices: keeps, the kernel table's row for that processor
+//   global BuildRowPatterns::made: keeps, because each pattern is found by the map and level
+//   global BuildRowPatterns::next: keeps, which kept pattern is made again next
+
 // Puts every process-global back as it was when the library was loaded, so that a new host
 // can run REALPluginMain again: the cache slot of every host function, the host's version
 // and kind, the control version, the registration tables (giving back what the version-9
