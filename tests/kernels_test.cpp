@@ -166,6 +166,9 @@ TEST(Kernels, EveryKernelMatchesThePlainRow) {
   for (const NamedMap& named : EveryMap()) {
     const PixelMap& map = named.map;
     const Shape shape = ShapeOf(map);
+    // Only channels two or five bytes apart have no vector kernel.
+    const bool plain = named.name.rfind("G at 2", 0) == 0 || named.name.rfind("R at 5", 0) == 0;
+    EXPECT_EQ(shape == Shape::kPlain, plain) << named.name;
     for (int level = 0; level <= static_cast<int>(DetectedSimdLevel()); ++level) {
       RowPatterns patterns;
       BuildRowPatterns(map, static_cast<SimdLevel>(level), &patterns);
@@ -207,7 +210,22 @@ CpuidAnswers Answers(const char* vendor, uint32_t signature, const char* feature
   if (has.find("avx2") != std::string::npos) answers.leaf7[1] |= bit_AVX2;
   if (has.find("avx512") != std::string::npos) answers.leaf7[1] |= bit_AVX512F | bit_AVX512BW;
   if (has.find("vbmi") != std::string::npos) answers.leaf7[2] |= bit_AVX512VBMI;
+  if (has.find("no-osxsave") != std::string::npos) answers.leaf1[2] &= ~bit_OSXSAVE;
+  if (has.find("no-leaf7") != std::string::npos) answers.leaf0[0] = 1;
   return answers;
+}
+
+// This processor as found, against the compiler's own reading of CPUID and XCR0.
+TEST(Kernels, TheProcessorIsFoundAsTheCompilerFindsIt) {
+  __builtin_cpu_init();
+  const bool avx512 = __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi");
+  const SimdLevel level = avx512                            ? SimdLevel::kAVX512
+                          : __builtin_cpu_supports("avx2")  ? SimdLevel::kAVX2
+                          : __builtin_cpu_supports("ssse3") ? SimdLevel::kSSSE3
+                                                            : SimdLevel::kScalar;
+  EXPECT_EQ(DetectedSimdLevel(), level);
+  EXPECT_EQ(ThisProcessor().vendor == Vendor::kIntel, __builtin_cpu_is("intel"));
+  EXPECT_EQ(ThisProcessor().vendor == Vendor::kAMD, __builtin_cpu_is("amd"));
 }
 
 // The level of every shape (one digit each, in the order of Shape) on processors told by
@@ -230,6 +248,9 @@ TEST(Kernels, TheTableChoosesPerProcessor) {
       {"Sapphire Rapids", Answers("GenuineIntel", 0x806F8, kAll), 6, 143, "Intel", "33333333333"},
       {"Skylake-SP (no VBMI)", Answers("GenuineIntel", 0x50654, "ssse3 avx2 avx512"), 6, 85, "Intel", "22222222222"},
       {"without SSSE3", Answers("GenuineIntel", 0x6F6, ""), 6, 15, "Intel", "00000000000"},
+      {"AVX state not saved", Answers("GenuineIntel", 0x806F8, "ssse3 avx2 no-osxsave"), 6, 143, "Intel",
+       "11111111111"},
+      {"no leaf 7", Answers("GenuineIntel", 0x6F6, "ssse3 avx2 no-leaf7"), 6, 15, "Intel", "11111111111"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

@@ -1,4 +1,7 @@
 // Yield pacing by ticks and milliseconds, the clocks behind it, and copies that yield.
+#include <chrono>
+#include <thread>
+
 #include "platform/clock.h"
 #include "tests/support/host_fixture.h"
 
@@ -96,12 +99,17 @@ TEST(Clock, TicksAreSixtiethsAndMillisecondsWrapAt32Bits) {
   EXPECT_EQ(MillisecondsFromNanoseconds(4294967296ull * 1000000ull + 5000000ull), 5);
 }
 
-TEST(Clock, SystemClocksAgree) {
+TEST(Clock, SystemClocksAgreeAndAdvance) {
   const int32_t ms = PlatformMilliseconds();
   const uint32_t ticks = PlatformTickCount();
   const int64_t ticksAsMs = static_cast<int64_t>(ticks) * 1000 / 60;
   // Both count from the same start; allow a tick and a little scheduling.
   EXPECT_NEAR(static_cast<double>(static_cast<uint32_t>(ms)), static_cast<double>(ticksAsMs % (1ll << 32)), 100.0);
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  const int32_t elapsed = PlatformMilliseconds() - ms;
+  EXPECT_GE(elapsed, 50);
+  EXPECT_LT(elapsed, 1500) << "a second or more for 50 ms of sleep";
+  EXPECT_GE(PlatformTickCount() - ticks, 2u);
 }
 
 }  // namespace
