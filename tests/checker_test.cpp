@@ -1,90 +1,69 @@
-// The checker itself: a host that breaks a rule while a copy yields must make the call runner
-// report exactly that rule, and a call that breaks none must be reported clean.
+// The checker itself: a host that breaks a rule while a copy yields, or a line that expects
+// what the call doesn't give, must make the call runner report exactly that rule.
 #include "tests/support/host_fixture.h"
 
 namespace {
 
 using refhost::Host;
 using refhost::Picture;
+using Breaks = std::function<void(Host&, Picture*, uint8_t*)>;
 
-struct Broken {
-  const char* name;
-  const char* line;                                       // the copy, yielding, of `picture` into `destination`
-  std::function<void(Host&, Picture*, uint8_t*)> breaks;  // at the first yield
-  std::vector<std::string> reported;
-};
-
-void RaiseFrom(Host& host, const char* className, const char* message, int32_t errorNumber = 0) {
-  auto* exception = host.Make<refhost::Instance>(className);
-  if (message != nullptr) exception->strings["Message"] = host.Make<refhost::String>(message);
-  if (errorNumber != 0) exception->ints["ErrorNumber"] = errorNumber;
-  host.Raise(exception);
-  host.Release(exception);
+// Raises an exception of the host's making, as the plug-in would.
+Breaks Raise(const char* className, const char* message, int32_t errorNumber = 0, int times = 1) {
+  return [=](Host& host, Picture*, uint8_t*) {
+    for (int i = 0; i < times; ++i) {
+      auto* exception = host.Make<refhost::Instance>(className);
+      if (message != nullptr) exception->strings["Message"] = host.Make<refhost::String>(message);
+      if (errorNumber != 0) exception->ints["ErrorNumber"] = errorNumber;
+      host.Raise(exception);
+      host.Release(exception);
+    }
+  };
 }
 
 TEST(Checker, ReportsExactlyTheRuleBroken) {
-  const char* const kCopy = "1 picture=3x4 offset=2 Yield=1 -> true";
-  const char* const kUnchecked = "1 picture=3x4 offset=2 Yield=1";
-  const Broken cases[] = {
-      {"nothing broken", kCopy, [](Host&, Picture*, uint8_t*) {}, {}},
-      {"a reference taken and not given back",
-       kCopy,
+  const std::string copy = "1 picture=3x4 offset=2 Yield=1", checked = copy + " -> true";
+  const std::string trueResult = "raised an exception but didn't fail";
+  const struct {
+    std::string line;  // a copy, yielding, of the picture into the block
+    Breaks breaks;     // at the first yield
+    std::vector<std::string> reported;
+  } cases[] = {
+      {checked, nullptr, {}},
+      {checked,
        [](Host& host, Picture* picture, uint8_t*) { host.Retain(picture); },
        {"#1 (Picture) holds 2 references, expected 1"}},
-      {"a pixel lock left held",
-       kCopy,
+      {checked,
        [](Host&, Picture* picture, uint8_t*) {
          REALpictureDescription description{};
          picture->Lock(&description, kRBPixelTypeBitmapContext, false);
        },
        {"#1 (Picture) holds 1 pixel locks, expected 0"}},
-      {"a byte written before the offset",
-       kUnchecked,
-       [](Host&, Picture*, uint8_t* block) { block[1] = 1; },
-       {"wrote before the offset"}},
-      {"a pixel the copy took other than the picture held",
-       kCopy,
+      {copy, [](Host&, Picture*, uint8_t* block) { block[1] = 1; }, {"wrote before the offset"}},
+      {checked,
        [](Host&, Picture* picture, uint8_t*) {
-         picture->SetPixel(2, 3, refhost::Rgba{1, 2, 3, 255});
+         picture->SetPixel(2, 3, {1, 2, 3, 255});
        },
        {"byte 35 differs"}},
-      {"a documented exception with a true result",
-       kUnchecked,
-       [](Host& host, Picture*, uint8_t*) { RaiseFrom(host, "NilObjectException", "Picture is nil"); },
-       {"raised an exception but didn't fail"}},
-      {"an exception of another class",
-       kUnchecked,
-       [](Host& host, Picture*, uint8_t*) { RaiseFrom(host, "KeyNotFoundException", "Picture is nil"); },
-       {"undocumented exception KeyNotFoundException: Picture is nil", "raised an exception but didn't fail"}},
-      {"another message",
-       kUnchecked,
-       [](Host& host, Picture*, uint8_t*) { RaiseFrom(host, "NilObjectException", "Mask is nil"); },
-       {"undocumented exception NilObjectException: Mask is nil", "raised an exception but didn't fail"}},
-      {"an ErrorNumber",
-       kUnchecked,
-       [](Host& host, Picture*, uint8_t*) { RaiseFrom(host, "NilObjectException", nullptr, 3); },
-       {"ErrorNumber is not 0", "raised an exception but didn't fail"}},
-      {"two exceptions",
-       kUnchecked,
-       [](Host& host, Picture*, uint8_t*) {
-         RaiseFrom(host, "NilObjectException", nullptr);
-         RaiseFrom(host, "NilObjectException", nullptr);
-       },
-       {"more than one exception raised", "raised an exception but didn't fail"}},
-      {"a result other than the one expected", "1 picture=3x4 offset=2 Yield=1 -> false", {}, {"didn't fail"}},
-      {"the host's functions called otherwise",
-       "1 picture=3x4 offset=2 Yield=1 -> true | newPicture=1",
-       {},
-       {"newPicture called otherwise"}},
+      {copy, Raise("NilObjectException", "Picture is nil"), {trueResult}},
+      {copy,
+       Raise("KeyNotFoundException", "Picture is nil"),
+       {"undocumented exception KeyNotFoundException: Picture is nil", trueResult}},
+      {copy,
+       Raise("NilObjectException", "Mask is nil"),
+       {"undocumented exception NilObjectException: Mask is nil", trueResult}},
+      {copy, Raise("NilObjectException", nullptr, 3), {"ErrorNumber is not 0", trueResult}},
+      {copy, Raise("NilObjectException", nullptr, 0, 2), {"more than one exception raised", trueResult}},
+      {copy + " -> false", nullptr, {"didn't fail"}},
+      {checked + " | newPicture=1", nullptr, {"newPicture called otherwise"}},
   };
-  for (const Broken& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.line + (c.reported.empty() ? "" : ": " + c.reported[0]));
     pixeltest::InHost(pixeltest::PluginConfig(), [&](Host& host) {
       Picture* picture = pixeltest::NewPicture(host, "3x4");
       refhost::MemoryBlock* block = host.NewMemoryBlock(2 + 3 * 4 * 3, 0x5A);
-      bool done = false;
-      host.on_yield = [&] {
-        if (c.breaks && !std::exchange(done, true)) c.breaks(host, picture, block->data());
+      host.on_yield = [&, broken = false]() mutable {
+        if (c.breaks && !std::exchange(broken, true)) c.breaks(host, picture, block->data());
       };
       pixeltest::MethodCall call = pixeltest::ParseCall(c.line);
       call.objects = {{"picture", picture}, {"destination", block}};

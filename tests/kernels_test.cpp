@@ -114,39 +114,25 @@ TEST(Kernels, ThePlainRowGivesThePixelsWorkedOutByHand) {
     PixelMap map;
     std::vector<uint8_t> before, after;
   };
+  using namespace copy_layouts;  // NOLINT
+  constexpr FormatGroup kFirst = FormatGroup::kAlphaFirst, kLast = FormatGroup::kAlphaLast,
+                        kTable = FormatGroup::kRowTable, kNoMask = FormatGroup::kNone;
+  const std::vector<uint8_t> unset(8, 0xEE), set = {1, 2, 3, 4, 5, 6, 7, 8};
   const Case cases[] = {
       // From an A, R, G, B picture (alpha 10, red 20 …) with alpha 0xA7.
-      {"RGBA",
-       CopyMap(copy_layouts::kRGBA, FormatGroup::kAlphaFirst, FormatGroup::kNone, 0xA7, 0),
-       std::vector<uint8_t>(8, 0xEE),
-       {20, 30, 40, 0xA7, 60, 70, 80, 0xA7}},
+      {"RGBA", CopyMap(kRGBA, kFirst, kNoMask, 0xA7, 0), unset, {20, 30, 40, 0xA7, 60, 70, 80, 0xA7}},
       // Alpha 255 − the green of a B, G, R, A mask: 255 − 2, 255 − 6.
-      {"mask ARGB",
-       CopyMap(copy_layouts::kARGB, FormatGroup::kAlphaLast, FormatGroup::kRowTable, 0, 0),
-       std::vector<uint8_t>(8, 0xEE),
-       {253, 10, 20, 30, 249, 50, 60, 70}},
-      {"XBGR",
-       CopyMap(copy_layouts::kXBGR, FormatGroup::kAlphaLast, FormatGroup::kNone, 0, 0),
-       {1, 2, 3, 4, 5, 6, 7, 8},
-       {1, 30, 20, 10, 5, 70, 60, 50}},
-      {"BGR",
-       CopyMap(copy_layouts::kBGR, FormatGroup::kRowTable, FormatGroup::kNone, 0, 0),
-       {1, 2, 3, 4, 5, 6, 7, 8},
-       {10, 20, 30, 50, 60, 70, 7, 8}},
+      {"mask ARGB", CopyMap(kARGB, kLast, kTable, 0, 0), unset, {253, 10, 20, 30, 249, 50, 60, 70}},
+      {"XBGR", CopyMap(kXBGR, kLast, kNoMask, 0, 0), set, {1, 30, 20, 10, 5, 70, 60, 50}},
+      {"BGR", CopyMap(kBGR, kTable, kNoMask, 0, 0), set, {10, 20, 30, 50, 60, 70, 7, 8}},
       // Blue, every third byte from byte 0 on.
-      {"B at 3",
-       CopyMap(copy_layouts::kB, FormatGroup::kAlphaLast, FormatGroup::kNone, 0, 3),
-       {1, 2, 3, 4, 5, 6, 7, 8},
-       {30, 2, 3, 70, 5, 6, 7, 8}},
+      {"B at 3", CopyMap(kB, kLast, kNoMask, 0, 3), set, {30, 2, 3, 70, 5, 6, 7, 8}},
       // R, G, B, opaque filler 0 (the row-table group's B, G, R, alpha).
-      {"RGB into the row-table group",
-       PictureMap(source_layouts::kRGB, FormatGroup::kRowTable),
-       std::vector<uint8_t>(8, 0xEE),
-       {30, 20, 10, 0, 60, 50, 40, 0}},
+      {"RGB into the row-table group", PictureMap(source_layouts::kRGB, kTable), unset, {30, 20, 10, 0, 60, 50, 40, 0}},
       // Samples 10 and 30, two bytes apart, through the tables: red v / 2, green 1, blue 2.
       {"gray at 2 through tables",
-       PictureMap(source_layouts::Gray(2), FormatGroup::kAlphaFirst, &tint),
-       std::vector<uint8_t>(8, 0xEE),
+       PictureMap(source_layouts::Gray(2), kFirst, &tint),
+       unset,
        {255, 5, 1, 2, 255, 15, 1, 2}},
   };
   for (const Case& c : cases) {

@@ -2,12 +2,17 @@
 // the rules every call keeps and, where a case says what it must give, against the test's
 // own account of the methods: the byte order each name spells, and the lines, pitches,
 // tints and tables of the README. Shared by the tests and the fuzzer, so free of any test
-// framework.
+// framework. Its parts, each with one job and none waiting for another to run first: the
+// spelling of a case line into a call (call_spelling.cpp), the host objects it takes
+// (call_objects.cpp), the bytes and pixels it must leave (call_oracle.cpp) and the rules
+// every call keeps (call_rules.cpp, which runs the call).
 #pragma once
 
 #include <cstdint>
-#include <unordered_map>
+#include <map>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "refhost/host.h"
@@ -26,29 +31,8 @@ std::vector<std::string> DataLines(const std::string& file);
 int64_t SourceBytesRead(const std::string& method, int64_t offset, int64_t width, int64_t height,
                         int64_t pixelByteSize);
 
-// A host as a line of the case tables spells it: "host" and its kind (desktop, console,
-// web), then any of version=V, lacking=A,B and failing=A,B (host functions by lookup name),
-// classes=A,B (classes it knows too), unmade=A,B (classes it can't make), new-alpha=N (the
-// alpha info of the pictures it makes), no-draw, lend, refuse-new (refhost::HostConfig).
+// A host line and a call line of the case tables, spelled as tests/data/calls.txt tells.
 refhost::HostConfig ParseHost(const std::string& line, const std::string& plugin);
-
-// A call: the method's number, its arguments by parameter name ("picture" is the receiver)
-// and what it must give. Arguments:
-//   integers, booleans   12, -1, 0x1C3
-//   pictures             nil, or WxH and options: :vector :truecolour :bitmap (kind; else
-//                        the host's own), :alpha (an alpha channel), :formatN (alpha info N,
-//                        6 unless given), :padN (bytes after each row), :bpcN, :refuse (every
-//                        lock), :palette, :noflag (no true-colour flag). Painted by position;
-//                        a MaskForAlpha with a pattern of its own.
-//   blocks and Ptrs      nil, a size, or "short": one byte less than the call needs; left
-//                        out, exactly what it needs (all the lines, for a copy that fails)
-//   integer arrays       nil, empty, or values separated by commas
-// What it must give, then optionally " | Name=N ...": host functions called N times.
-//   true [FIRST..LAST | none]  the copy wrote these picture lines (default: all) and no other byte
-//   picture, dest              a new picture, or the destination, holding the source's pixels
-//   false, nil                 failed quietly
-//   Class: message             failed with that exception, making no picture (nor opening
-//                              one, but for a block too small for a copy)
 struct MethodCall {
   int number = 0;
   std::unordered_map<std::string, std::string> args;
@@ -77,8 +61,62 @@ struct CallOutcome {
 // Makes the arguments' objects, calls, checks, and gives back every object it made.
 CallOutcome RunCall(refhost::Host& host, const MethodCall& call);
 
-// A picture of the host's by the spelling above, painted by position (`mask`: with the
+// A picture of the host's as the case tables spell it, painted by position (`mask`: with the
 // mask's pattern), with one reference for the caller.
 refhost::Picture* NewPicture(refhost::Host& host, const std::string& spelling, bool mask = false);
+
+// The parts.
+std::vector<std::string> Split(const std::string& text, char separator);
+int32_t Integer(const std::string& text);
+refhost::PictureSetup SetupOf(const std::string& spelling, refhost::HostKind host);
+
+// What a call must give, as its line spells it after " -> ".
+struct Expected {
+  enum Kind { kUnchecked, kWritten, kPicture, kDest, kFailed, kRaised } kind = kUnchecked;
+  bool allLines = true;  // for kWritten: every line, or first to last
+  int32_t first = 0, last = -1;
+  std::string exception;                           // for kRaised: "Class: message"
+  std::vector<std::pair<std::string, int>> calls;  // host functions and how often the call uses each
+  bool Succeeds() const { return kind == kWritten || kind == kPicture || kind == kDest; }
+};
+
+// A call bound to its method: the declaration's parameters (a copy's receiver, "picture",
+// first) and each one's argument as spelled and as an integer (its default, or 0, if left out).
+struct BoundCall {
+  const MethodCall& call;
+  const std::string& name;
+  const std::vector<refhost::Parameter>& params;
+  bool copy;
+  Expected expected;
+  std::vector<const std::string*> texts;  // null where left out
+  std::vector<int32_t> ints;
+
+  int Index(std::string_view param) const;
+  bool Takes(std::string_view param) const { return Index(param) >= 0; }
+  const std::string& Text(std::string_view param) const;  // empty where left out
+  int32_t Int(std::string_view param) const;
+};
+BoundCall Bind(const MethodCall& call);
+
+// The host objects of a call's arguments and what it was given.
+struct CallObjects {
+  refhost::Picture *receiver = nullptr, *mask = nullptr, *dest = nullptr;
+  refhost::MemoryBlock* block = nullptr;  // a copy's destination, or a conversion's source
+  std::map<std::string, std::vector<int32_t>> arrays;
+  std::vector<refhost::Arg> args;
+  std::vector<refhost::Object*> made;  // given back after the call
+};
+CallObjects MakeObjects(refhost::Host& host, const BoundCall& bound);
+
+// The oracle. A pixel's bytes as the method's name spells them ("RGBA", "XRGB": a pad byte
+// left alone, "R": a channel, one every PixelByteSize bytes; "Gray": samples PixelByteSize
+// bytes apart), or as the LittleEndian overloads' argument chooses ("BGRA", "ARGB").
+std::string PixelLetters(const BoundCall& bound);
+// The bytes the call needs in its block: a copy's lines (16 when none), what a conversion reads.
+int64_t BlockBytesNeeded(const BoundCall& bound, const refhost::Picture* receiver, const refhost::Picture* mask);
+// A copy's block afterwards, from its bytes before.
+std::vector<uint8_t> ExpectedCopy(const BoundCall& bound, const CallObjects& objects, std::vector<uint8_t> bytes);
+// Pixel x, y of a converted picture, from the source block as it was.
+refhost::Rgba ExpectedPixel(const BoundCall& bound, const CallObjects& objects, bool boundsKnown, int32_t x, int32_t y);
 
 }  // namespace pixeltest

@@ -34,24 +34,15 @@ PROBE void PixelbridgeProbeFailAllocationsFrom(int call) {
   gFailAllocationsFrom = call;
 }
 
-// The plug-in's writable globals: put back by the reset below (by the function named after
-// the colon, if any), or keeping what they hold across hosts. tests/check_globals.sh fails on
-// a global missing here; the host function wrappers are put back through their list.
-//   global gResolver
-//   global rbversion
-//   global CurrentREALControlVersion
-//   global IsDesktop
-//   global IsConsole
-//   global globalMethods
-//   global pictureMethods
-//   global pictureClass
-//   global gHeld: HoldSimdLevel
-//   global gStreamingStoresFrom: SetStreamingStoresFrom
-//   global ThisProcessor::processor: keeps, because the processor is the same for every host
-//   global LastLevelCacheBytes::bytes: keeps, the size of that processor's cache
-//   global ActiveKernelTable::choices: keeps, the kernel table's row for that processor
-//   global BuildRowPatterns::made: keeps, because each pattern is found by the map and level
-//   global BuildRowPatterns::next: keeps, which kept pattern is made again next
+// The plug-in's writable globals (tests/check_globals.sh fails on one named nowhere here but
+// the host functions' wrappers): put back by the reset below, or kept across hosts.
+//   reset: gResolver rbversion CurrentREALControlVersion IsDesktop IsConsole
+//   reset: globalMethods pictureMethods pictureClass
+//   reset by HoldSimdLevel: gHeld
+//   reset by SetStreamingStoresFrom: gStreamingStoresFrom
+//   keeps: ThisProcessor::processor LastLevelCacheBytes::bytes ActiveKernelTable::choices
+//          (the processor, its cache and its row of the kernel table: the same for every host)
+//   keeps: BuildRowPatterns::made BuildRowPatterns::next (patterns found by map and level)
 
 // Puts every process-global back as it was when the library was loaded, so that a new host
 // can run REALPluginMain again: the cache slot of every host function, the host's version

@@ -1,0 +1,129 @@
+// The oracle: the bytes a copy must leave and the pixels a conversion must make, worked out
+// from the methods' names, the lines, pitches, tints and tables the README describes.
+#include <algorithm>
+#include <cstring>
+
+#include "tests/support/method_calls.h"
+
+namespace pixeltest {
+namespace {
+
+// "CopyRGBAtoMemoryblockQZV" gives "RGBA", "CopyRtoMemoryblockQZV" "R", the gray methods "Gray".
+std::string NameLetters(const std::string& method) {
+  if (method.find("Gray") != std::string::npos) return "Gray";
+  const size_t start = method.rfind("Copy", 0) == 0 ? 4 : method.rfind("Ptr", 0) == 0 ? 3 : strlen("Memoryblock");
+  return method.substr(start, method.find("to", start) - start);
+}
+
+// The lines a copy writes into its block, and where.
+struct CopyLines {
+  int64_t offset, pixelBytes, lineBytes, pitch;
+  int32_t first, count;
+};
+CopyLines CopyLinesOf(const BoundCall& bound, const refhost::Picture* receiver, const refhost::Picture* mask) {
+  const std::string letters = PixelLetters(bound);
+  const int64_t pixelBytes = letters.size() == 1 ? bound.Int("PixelByteSize") : int64_t(letters.size());
+  const refhost::Picture* shape = mask != nullptr ? mask : receiver;
+  const int64_t lineBytes = shape != nullptr ? shape->width() * pixelBytes : 0;
+  const Expected& expected = bound.expected;
+  const int32_t first = expected.allLines ? 0 : expected.first;
+  const int32_t last = expected.allLines ? (shape != nullptr ? shape->height() - 1 : -1) : expected.last;
+  return {std::max(bound.Int("offset"), 0),
+          pixelBytes,
+          lineBytes,
+          std::max<int64_t>(lineBytes, bound.Int("DestRowBytes")),
+          first,
+          std::max(last - first + 1, 0)};
+}
+
+}  // namespace
+
+std::string PixelLetters(const BoundCall& bound) {
+  if (!bound.Takes("LittleEndian")) return NameLetters(bound.name);
+  return bound.Int("LittleEndian") != 0 ? "BGRA" : "ARGB";
+}
+
+int64_t BlockBytesNeeded(const BoundCall& bound, const refhost::Picture* receiver, const refhost::Picture* mask) {
+  if (!bound.copy) {
+    const int64_t read = SourceBytesRead(bound.name, bound.Int("offset"), bound.Int("width"), bound.Int("height"),
+                                         bound.Int("PixelByteSize"));
+    return read >= 0 && read < (int64_t{1} << 32) ? read : 16;
+  }
+  const CopyLines lines = CopyLinesOf(bound, receiver, mask);
+  return lines.count > 0 ? lines.offset + (lines.count - 1) * lines.pitch + lines.lineBytes : 16;
+}
+
+std::vector<uint8_t> ExpectedCopy(const BoundCall& bound, const CallObjects& objects, std::vector<uint8_t> bytes) {
+  const refhost::Picture *receiver = objects.receiver, *mask = objects.mask;
+  const CopyLines lines = CopyLinesOf(bound, receiver, mask);
+  const std::string letters = PixelLetters(bound);
+  const int32_t pixels = mask != nullptr ? std::min(mask->width(), receiver->width()) : receiver->width();
+  // Alpha from the mask, or AlphaValue; outside 0..255 the LittleEndian overload leaves it.
+  const int32_t alpha = bound.Int("AlphaValue");
+  const bool alphaSet = !bound.Takes("LittleEndian") || (alpha >= 0 && alpha <= 255);
+  for (int32_t k = 0; k < lines.count; ++k) {
+    // Lines past the picture's last take row 0; the mask's lines are its own.
+    const int32_t line = lines.first + k, row = line < receiver->height() ? line : 0;
+    for (int32_t x = 0; x < pixels; ++x) {
+      const refhost::Rgba colour = receiver->GetPixel(x, row);
+      uint8_t* at = &bytes.at(size_t(lines.offset + k * lines.pitch + x * lines.pixelBytes));
+      for (size_t i = 0; i < letters.size(); ++i) {
+        if (letters[i] == 'R') at[i] = colour.r;
+        if (letters[i] == 'G') at[i] = colour.g;
+        if (letters[i] == 'B') at[i] = colour.b;
+        if (letters[i] == 'A' && mask != nullptr) at[i] = static_cast<uint8_t>(255 - mask->GetPixel(x, line).g);
+        else if (letters[i] == 'A' && alphaSet) at[i] = static_cast<uint8_t>(alpha);
+      }
+    }
+  }
+  return bytes;
+}
+
+refhost::Rgba ExpectedPixel(const BoundCall& bound, const CallObjects& objects, bool boundsKnown, int32_t x,
+                            int32_t y) {
+  const int32_t width = bound.Int("width"), height = bound.Int("height");
+  const uint8_t* source = objects.block->data() + bound.Int("offset");
+  const std::string letters = PixelLetters(bound);
+  if (letters != "Gray") {
+    const int32_t row = bound.Int("FlipVertically") != 0 ? height - 1 - y : y;
+    const uint8_t* pixel = source + (int64_t{row} * width + x) * int64_t(letters.size());
+    refhost::Rgba colour;
+    for (size_t k = 0; k < letters.size(); ++k) {
+      if (letters[k] == 'R') colour.r = pixel[k];
+      if (letters[k] == 'G') colour.g = pixel[k];
+      if (letters[k] == 'B') colour.b = pixel[k];
+    }
+    return colour;
+  }
+  // A gray sample through a tint (v × factor / 256, truncated) or a table (0 past its end, or
+  // for a nil array, or on a host that can't tell an array's bound).
+  const int v = source[(int64_t{y} * width + x) * bound.Int("PixelByteSize")];
+  uint8_t channel[3] = {uint8_t(v), uint8_t(v), uint8_t(v)};
+  const char* names[] = {"Red", "Blue", "Green"};  // in declared order: red, green, blue
+  for (int k = 0; k < 3; ++k) {
+    if (!bound.Takes(names[k])) continue;
+    if (bound.params[size_t(bound.Index(names[k]))].type == refhost::ParamType::IntegerArray) {
+      const auto table = objects.arrays.find(names[k]);
+      const bool known = boundsKnown && table != objects.arrays.end() && v < int(table->second.size());
+      channel[k] = known ? uint8_t(std::clamp(table->second[size_t(v)], 0, 255)) : 0;
+    } else {
+      channel[k] = uint8_t(std::clamp<int64_t>(int64_t{v} * bound.Int(names[k]) / 256, 0, 255));
+    }
+  }
+  return refhost::Rgba{channel[0], channel[1], channel[2], 255};
+}
+
+int64_t SourceBytesRead(const std::string& method, int64_t offset, int64_t width, int64_t height,
+                        int64_t pixelByteSize) {
+  const bool gray = NameLetters(method) == "Gray";
+  if (offset < 0 || width < 1 || height < 1 || (gray && pixelByteSize < 1)) return -1;
+  // offset + count × step + last, or INT64_MAX when that doesn't fit.
+  auto extent = [offset](int64_t count, int64_t step, int64_t last) {
+    return count > (INT64_MAX - offset - last) / step ? INT64_MAX : offset + count * step + last;
+  };
+  // Gray samples lie PixelByteSize apart and only their first byte is read.
+  if (gray) return extent(width * height - 1, pixelByteSize, 1);
+  return extent(width * height, static_cast<int64_t>(NameLetters(method).size()), 0);
+}
+
+}  // namespace pixeltest

@@ -1,0 +1,136 @@
+// A call run and checked: the rules every call keeps, and what its line says it must give.
+#include <algorithm>
+
+#include "tests/support/method_calls.h"
+
+namespace pixeltest {
+namespace {
+
+// The plug-in's exception classes with their messages, spelled out here rather than taken
+// from the plug-in, so that a changed message shows.
+const std::pair<const char*, const char*> kDocumented[] = {
+    {"NilObjectException", "Picture is nil"},
+    {"NilObjectException", "Mask Picture is nil"},
+    {"NilObjectException", "Memoryblock is nil"},
+    {"UnsupportedOperationException", "width is too small. Must be >0."},
+    {"UnsupportedOperationException", "height is too small. Must be >0."},
+    {"UnsupportedOperationException", "offset is too small. Must be >=0."},
+    {"UnsupportedOperationException", "PixelByteSize is too small. Must be >0."},
+    {"OutOfBoundsException", "Memoryblock is too small."},
+};
+
+// One of them, or "RuntimeException" with any of their messages (the host couldn't make the
+// class); no message when the host couldn't build or set one.
+bool IsDocumented(const refhost::RaisedException& raised) {
+  return std::any_of(std::begin(kDocumented), std::end(kDocumented), [&](const auto& documented) {
+    return (raised.class_name == documented.first || raised.class_name == "RuntimeException") &&
+           (!raised.message || *raised.message == documented.second);
+  });
+}
+
+std::vector<refhost::Rgba> PixelsOf(const refhost::Picture* picture) {
+  std::vector<refhost::Rgba> pixels;
+  for (int32_t y = 0; picture != nullptr && y < picture->height(); ++y)
+    for (int32_t x = 0; x < picture->width(); ++x) pixels.push_back(picture->GetPixel(x, y));
+  return pixels;
+}
+
+// Host functions that nothing may call before an exception (but a copy opens its picture
+// before it finds its block too small).
+const char* const kNotBeforeARaise[] = {"newPicture", "RuntimeUBound", "REALLockPictureDescription"};
+
+}  // namespace
+
+CallOutcome RunCall(refhost::Host& host, const MethodCall& call) {
+  const BoundCall bound = Bind(call);
+  const Expected& expected = bound.expected;
+  CallObjects objects = MakeObjects(host, bound);
+  refhost::MemoryBlock* written = bound.copy ? objects.block : nullptr;
+  const auto blockBytes = [&] {
+    return written ? std::vector<uint8_t>(written->data(), written->data() + written->size()) : std::vector<uint8_t>();
+  };
+  const std::vector<uint8_t> blockBefore = blockBytes();
+  const std::vector<refhost::Rgba> destBefore = PixelsOf(objects.dest);
+  // From the picture as it is before the call, which other calls may change while it yields.
+  const std::vector<uint8_t> copied =
+      expected.Succeeds() && bound.copy ? ExpectedCopy(bound, objects, blockBefore) : std::vector<uint8_t>();
+  std::map<std::string, int> callsBefore;
+  for (const auto& [name, count] : expected.calls) callsBefore[name] = host.CallCount(name);
+  for (const char* name : kNotBeforeARaise) callsBefore[name] = host.CallCount(name);
+
+  CallOutcome outcome;
+  outcome.result = host.Call(DeclarationOf(call.number), objects.args);
+  outcome.failed = !outcome.result.boolean && outcome.result.picture == nullptr;
+  for (const refhost::RaisedException& raised : outcome.result.exceptions)
+    outcome.exception = raised.class_name + ": " + raised.message.value_or("(no message)");
+  auto* returned = static_cast<refhost::Picture*>(outcome.result.picture);
+  outcome.bytes = blockBytes();
+  for (const refhost::Rgba& pixel : PixelsOf(call.keepPixels ? returned : nullptr))
+    outcome.bytes.insert(outcome.bytes.end(), {pixel.r, pixel.g, pixel.b, pixel.a});
+  outcome.bytes.push_back(returned != nullptr && returned == objects.dest);
+  const std::vector<refhost::Rgba> destAfter = PixelsOf(objects.dest);
+  outcome.untouched =
+      std::equal(blockBefore.begin(), blockBefore.end(), outcome.bytes.begin()) && destAfter == destBefore;
+  const auto rule = [&](bool kept, const std::string& broken) {
+    if (!kept) outcome.broken.push_back(broken);
+  };
+
+  // The rules of every call.
+  rule(outcome.result.called, outcome.result.error);
+  rule(outcome.result.exceptions.size() <= 1, "more than one exception raised");
+  for (const refhost::RaisedException& raised : outcome.result.exceptions) {
+    rule(IsDocumented(raised), "undocumented exception " + outcome.exception);
+    rule(raised.error_number.value_or(0) == 0, "ErrorNumber is not 0");
+  }
+  rule(outcome.exception.empty() || outcome.failed, "raised an exception but didn't fail");
+  rule(call.shared || !outcome.failed || outcome.untouched, "failed, but wrote");
+  const size_t offset = std::min<size_t>(std::max(bound.Int("offset"), 0), blockBefore.size());
+  rule(call.shared || outcome.failed ||
+           std::equal(blockBefore.begin(), blockBefore.begin() + offset, outcome.bytes.begin()),
+       "wrote before the offset");
+  const int32_t width = bound.Int("width"), height = bound.Int("height");
+  const bool given =
+      std::any_of(call.objects.begin(), call.objects.end(), [&](auto& o) { return o.second == returned; });
+  rule(!returned || (returned == objects.dest ? returned->width() >= width && returned->height() >= height
+                                              : returned->width() == width && returned->height() == height && !given),
+       "returned a picture of another size, or one it was given");
+
+  // What the line says it must give, with its references and locks.
+  if (expected.kind != Expected::kUnchecked) {
+    for (const std::string& problem : outcome.result.problems) rule(false, problem);
+    rule(outcome.failed != expected.Succeeds(), expected.Succeeds() ? "failed" : "didn't fail");
+    rule(outcome.exception == expected.exception, "raised \"" + outcome.exception + "\"");
+    for (const auto& [name, count] : expected.calls)
+      rule(host.CallCount(name) - callsBefore[name] == count, name + " called otherwise");
+    for (const char* name : kNotBeforeARaise)
+      rule(expected.kind != Expected::kRaised || host.CallCount(name) == callsBefore[name] ||
+               (bound.copy && name[0] == 'R' && expected.exception.rfind("OutOfBounds", 0) == 0),
+           std::string(name) + " called before the exception");
+  }
+  if (expected.Succeeds() && bound.copy) {
+    const auto differs = std::mismatch(copied.begin(), copied.end(), outcome.bytes.begin());
+    rule(differs.first == copied.end(), "byte " + std::to_string(differs.first - copied.begin()) + " differs");
+  } else if (expected.Succeeds() && returned != nullptr) {
+    rule((returned == objects.dest) == (expected.kind == Expected::kDest), "the destination, or not");
+    rule(returned == objects.dest || destAfter == destBefore, "a destination too small changed");
+    const bool boundsKnown = !host.config().missing.count("RuntimeUBound");
+    const auto firstWrongPixel = [&]() -> std::string {
+      for (int32_t y = 0; y < returned->height(); ++y)
+        for (int32_t x = 0; x < returned->width(); ++x) {
+          const bool inside = x < width && y < height;
+          const refhost::Rgba want = inside ? ExpectedPixel(bound, objects, boundsKnown, x, y)
+                                            : destBefore.at(size_t(y) * returned->width() + x);
+          if (returned->GetPixel(x, y) != want)
+            return "pixel " + std::to_string(x) + "," + std::to_string(y) + (inside ? "" : " past the source");
+        }
+      return "";
+    };
+    const std::string wrong = firstWrongPixel();
+    rule(wrong.empty(), wrong + " differs");
+  }
+  if (returned != nullptr) host.Release(returned);
+  for (refhost::Object* object : objects.made) host.Release(object);
+  return outcome;
+}
+
+}  // namespace pixeltest
