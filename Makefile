@@ -3,8 +3,9 @@ JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 600
 
 # The trees `make test` builds and tests, in this order. A tree is build/NAME/, configured
-# from cmake/toolchains/NAME.cmake where there is one (native has none).
-TREES := native i386 aarch64 armhf clang
+# from cmake/toolchains/NAME.cmake where there is one (native has none). win64's programs
+# run under Wine; win32's are built and checked, not run.
+TREES := native i386 aarch64 armhf clang win64 win32
 
 # What each tree needs from Debian, and no more (asan: the native tree with the sanitizers;
 # fuzz: clang and libFuzzer; format: the style check).
@@ -13,6 +14,8 @@ PACKAGES_i386 := cmake g++-i686-linux-gnu libc6-i386 lib32stdc++6 qemu-user goog
 PACKAGES_aarch64 := cmake g++-aarch64-linux-gnu qemu-user googletest
 PACKAGES_armhf := cmake g++-arm-linux-gnueabihf qemu-user googletest
 PACKAGES_clang := cmake clang libgd-dev libgtest-dev libyuv-dev
+PACKAGES_win64 := cmake g++-mingw-w64-x86-64-posix wine64
+PACKAGES_win32 := cmake g++-mingw-w64-i686-posix
 PACKAGES_asan := $(PACKAGES_native)
 PACKAGES_fuzz := cmake clang libclang-rt-14-dev libgd-dev
 PACKAGES_format := clang-format

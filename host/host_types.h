@@ -58,8 +58,9 @@ struct TrueColorImage {
   int32_t** tpixels;  // sy row pointers, each to sx pixels (blue bits 0-7 ... alpha 24-30)
 };
 
-// The records of each ABI. Words of pointer size give 32-bit ARM the i386 layout, and
-// 64-bit ARM the x86-64 one.
+// The records of each ABI. Words of pointer size give 32-bit ARM and 32-bit Windows the i386
+// layout, 64-bit ARM and 64-bit Windows the x86-64 one (no record holds a C long, whose size
+// alone differs on 64-bit Windows).
 #if defined(__i386__) || defined(__arm__)
 static_assert(sizeof(REALpictureDescription) == 24, "picture description is 24 bytes on 32-bit ABIs");
 static_assert(offsetof(REALpictureDescription, data) == 4, "description data at byte 4");

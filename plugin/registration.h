@@ -96,4 +96,10 @@ void DetectHostKind();
 // zero-filled array; null for an empty list or when the array can't be allocated.
 RecordWord* FixProperties(const REALproperty* list, intptr_t count);
 
+// The one export: by name from the shared library, or the DLL's export table on Windows
+// (whose linker then exports nothing else).
+#if defined(_WIN32)
+extern "C" __declspec(dllexport) void REALPluginMain(HostResolver resolver);
+#else
 extern "C" __attribute__((visibility("default"))) void REALPluginMain(HostResolver resolver);
+#endif

@@ -1,19 +1,18 @@
 // Guard-paged buffers, with freed regions kept for reuse as an allocator keeps freed memory.
 #include "refhost/guarded_buffer.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <cstring>
 #include <map>
 #include <new>
 #include <vector>
 
+#include "refhost/system.h"
+
 namespace refhost {
 namespace {
 constexpr uint8_t kSlackPattern = 0xA5;
 constexpr size_t kPooledBytes = size_t{256} << 20;  // freed regions kept, at most
-size_t PageSize() { return static_cast<size_t>(sysconf(_SC_PAGESIZE)); }
+using os::PageSize;
 
 // Freed regions by size, guard pages still in place. Fresh pages cost a fault each on
 // first touch, which in virtual machines is dear; reused ones don't.
@@ -35,11 +34,10 @@ GuardedBuffer::GuardedBuffer(size_t size, uint8_t fill) : size_(size) {
     Pool().erase(pooled);
     gPooled -= region_size_;
   } else {
-    void* region = mmap(nullptr, region_size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (region == MAP_FAILED) throw std::bad_alloc();
-    region_ = static_cast<uint8_t*>(region);
-    mprotect(region_, page, PROT_NONE);
-    mprotect(region_ + (dataPages + 1) * page, page, PROT_NONE);
+    region_ = os::MapPages(region_size_);
+    if (region_ == nullptr) throw std::bad_alloc();
+    os::ForbidPage(region_);
+    os::ForbidPage(region_ + (dataPages + 1) * page);
   }
   data_ = region_ + (dataPages + 1) * page - size;
   memset(region_ + page, kSlackPattern, dataPages * page - size);
@@ -51,7 +49,7 @@ GuardedBuffer::~GuardedBuffer() {
     Pool().emplace(region_size_, region_);
     gPooled += region_size_;
   } else {
-    munmap(region_, region_size_);
+    os::UnmapPages(region_, region_size_);
   }
 }
 

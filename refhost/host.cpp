@@ -2,14 +2,13 @@
 // references and locks around every call.
 #include "refhost/host.h"
 
-#include <dlfcn.h>
-
 #include <cstdlib>
 #include <deque>
 #include <sstream>
 #include <string_view>
 
 #include "refhost/host_function_table.h"
+#include "refhost/system.h"
 
 #ifndef PIXELBRIDGE_DEFAULT_PLUGIN
 #define PIXELBRIDGE_DEFAULT_PLUGIN "libpixelbridge.so"
@@ -60,12 +59,13 @@ Host* Host::Current() { return gCurrentHost; }
 
 bool Host::Open(std::string* error) {
   const std::string path = config_.plugin_path.empty() ? PIXELBRIDGE_DEFAULT_PLUGIN : config_.plugin_path;
-  library_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  std::string reason;
+  library_ = os::LoadPlugin(path, &reason);
   if (library_ == nullptr) {
-    if (error) *error = "cannot load plug-in [" + path + "]: " + dlerror();
+    if (error) *error = "cannot load plug-in [" + path + "]: " + reason;
     return false;
   }
-  entry_ = reinterpret_cast<void (*)(void* (*)(const char*))>(dlsym(library_, "REALPluginMain"));
+  entry_ = reinterpret_cast<void (*)(void* (*)(const char*))>(os::PluginSymbol(library_, "REALPluginMain"));
   if (entry_ == nullptr) {
     if (error) *error = "no entry point [REALPluginMain] in plug-in [" + path + "]";
     return false;
@@ -82,7 +82,7 @@ bool Host::Start(std::string* error) {
   return true;
 }
 
-void* Host::Symbol(const char* name) const { return library_ != nullptr ? dlsym(library_, name) : nullptr; }
+void* Host::Symbol(const char* name) const { return library_ != nullptr ? os::PluginSymbol(library_, name) : nullptr; }
 
 void* Host::Resolve(const char* name) {
   void* address = nullptr;

@@ -1,0 +1,29 @@
+// The host's system layer on Linux and macOS: dlopen, mmap and mprotect.
+#include <dlfcn.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "refhost/system.h"
+
+namespace refhost::os {
+
+void* LoadPlugin(const std::string& path, std::string* error) {
+  void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr && error != nullptr) *error = dlerror();
+  return library;
+}
+
+void* PluginSymbol(void* library, const char* name) { return dlsym(library, name); }
+
+size_t PageSize() { return static_cast<size_t>(sysconf(_SC_PAGESIZE)); }
+
+uint8_t* MapPages(size_t bytes) {
+  void* region = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return region == MAP_FAILED ? nullptr : static_cast<uint8_t*>(region);
+}
+
+void ForbidPage(uint8_t* page) { mprotect(page, PageSize(), PROT_NONE); }
+
+void UnmapPages(uint8_t* region, size_t bytes) { munmap(region, bytes); }
+
+}  // namespace refhost::os

@@ -1,0 +1,38 @@
+// The host's system layer on Windows: LoadLibraryW on the plug-in's full path, as hosts load
+// plug-ins, and VirtualAlloc and VirtualProtect.
+#include <windows.h>
+
+#include "refhost/system.h"
+
+namespace refhost::os {
+
+void* LoadPlugin(const std::string& path, std::string* error) {
+  std::wstring wide(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, path.c_str(), -1, nullptr, 0)), L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, path.c_str(), -1, wide.data(), static_cast<int>(wide.size()));
+  HMODULE library = LoadLibraryW(wide.c_str());
+  if (library == nullptr && error != nullptr) *error = "LoadLibraryW error " + std::to_string(GetLastError());
+  return reinterpret_cast<void*>(library);
+}
+
+void* PluginSymbol(void* library, const char* name) {
+  return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
+}
+
+size_t PageSize() {
+  SYSTEM_INFO info;
+  GetSystemInfo(&info);
+  return info.dwPageSize;
+}
+
+uint8_t* MapPages(size_t bytes) {
+  return static_cast<uint8_t*>(VirtualAlloc(nullptr, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+}
+
+void ForbidPage(uint8_t* page) {
+  DWORD before;
+  VirtualProtect(page, PageSize(), PAGE_NOACCESS, &before);
+}
+
+void UnmapPages(uint8_t* region, size_t) { VirtualFree(region, 0, MEM_RELEASE); }
+
+}  // namespace refhost::os
