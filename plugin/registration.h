@@ -96,10 +96,11 @@ void DetectHostKind();
 // zero-filled array; null for an empty list or when the array can't be allocated.
 RecordWord* FixProperties(const REALproperty* list, intptr_t count);
 
-// The one export: by name from the shared library, or the DLL's export table on Windows
-// (whose linker then exports nothing else).
+// The one export: by name from the shared library, or from the DLL's export table on Windows,
+// whose linker then exports nothing unmarked.
 #if defined(_WIN32)
-extern "C" __declspec(dllexport) void REALPluginMain(HostResolver resolver);
+#define PIXELBRIDGE_EXPORTED __declspec(dllexport)
 #else
-extern "C" __attribute__((visibility("default"))) void REALPluginMain(HostResolver resolver);
+#define PIXELBRIDGE_EXPORTED __attribute__((visibility("default")))
 #endif
+extern "C" PIXELBRIDGE_EXPORTED void REALPluginMain(HostResolver resolver);

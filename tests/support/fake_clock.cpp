@@ -2,8 +2,9 @@
 #include <cstdint>
 
 #include "platform/clock.h"
+#include "plugin/registration.h"
 
-#define PROBE extern "C" __attribute__((visibility("default")))
+#define PROBE extern "C" PIXELBRIDGE_EXPORTED
 
 namespace {
 uint32_t gTicks = 0;

@@ -1,10 +1,16 @@
 // Child processes and hosts for the tests.
 #include "tests/support/host_fixture.h"
 
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <sys/wait.h>
 #include <unistd.h>
+#endif
 
 #include <cstdio>
+#include <cstdlib>
+#include <string>
 
 #include "platform/cpu.h"
 
@@ -34,6 +40,46 @@ refhost::HostConfig ProbeConfig(refhost::HostKind kind) {
   return config;
 }
 
+#if defined(_WIN32)
+// Windows has no fork: the test program runs again as the host process, told by
+// PIXELTEST_CHILD which of the current test's cases to run. It runs the test from its start,
+// passing over the other cases, and leaves after that one.
+void InChild(const std::function<void()>& body) {
+  const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
+  const std::string name = std::string(test->test_suite_name()) + "." + test->name();
+  static std::string counted;
+  static int cases = 0;
+  if (name != counted) counted = name, cases = 0;
+  const int index = ++cases;
+  if (const char* child = getenv("PIXELTEST_CHILD")) {
+    if (atoi(child) != index) return;
+    body();
+    fflush(stdout);
+    fflush(stderr);
+    ExitProcess(::testing::Test::HasFailure() ? 1 : 0);
+  }
+  char program[MAX_PATH];
+  GetModuleFileNameA(nullptr, program, MAX_PATH);
+  std::string command = "\"" + std::string(program) + "\" --gtest_filter=" + name;
+  fflush(stdout);
+  fflush(stderr);
+  SetEnvironmentVariableA("PIXELTEST_CHILD", std::to_string(index).c_str());
+  STARTUPINFOA startup{};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION process{};
+  const bool started =
+      CreateProcessA(program, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+  SetEnvironmentVariableA("PIXELTEST_CHILD", nullptr);
+  ASSERT_TRUE(started) << "CreateProcess failed: " << GetLastError();
+  WaitForSingleObject(process.hProcess, INFINITE);
+  DWORD status = 1;
+  GetExitCodeProcess(process.hProcess, &status);
+  CloseHandle(process.hProcess);
+  CloseHandle(process.hThread);
+  if (status > 1) ADD_FAILURE() << "the host process died with status 0x" << std::hex << status;
+  else EXPECT_EQ(status, 0u) << "the host process reported failures (above)";
+}
+#else
 void InChild(const std::function<void()>& body) {
   fflush(stdout);
   fflush(stderr);
@@ -54,6 +100,7 @@ void InChild(const std::function<void()>& body) {
   if (WIFSIGNALED(status)) ADD_FAILURE() << "the host process died of signal " << WTERMSIG(status);
   else EXPECT_EQ(WEXITSTATUS(status), 0) << "the host process reported failures (above)";
 }
+#endif
 
 void WithHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body, bool start) {
   refhost::Host host(config);

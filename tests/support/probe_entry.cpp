@@ -12,7 +12,7 @@
 #include "platform/cpu.h"
 #include "plugin/registration.h"
 
-#define PROBE extern "C" __attribute__((visibility("default")))
+#define PROBE extern "C" PIXELBRIDGE_EXPORTED
 
 void ResetProbeClock();  // tests/support/fake_clock.cpp
 
