@@ -82,10 +82,6 @@ struct FaultCase {
   Fault fault;
 };
 
-void PrintTo(const FaultCase& fault, std::ostream* out) {
-  *out << fault.function << (fault.fault == Fault::kMissing ? " lacking" : " failing");
-}
-
 // Every host function lacking, and every one that answers failing.
 std::vector<FaultCase> AllFaults() {
   std::vector<FaultCase> faults;

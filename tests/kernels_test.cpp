@@ -1,7 +1,7 @@
 // The plain row against pixels worked out by hand; every row kernel of every SIMD level this
 // machine has against the plain row, in every way it stores (ordinary, aligned, streaming),
 // for widths 0 to 67 (and a few longer), source misalignments 0 to 15 and destination ones 0
-// to 63; the kernel table over CPUID answers; the patterns kept between calls.
+// to 63; the kernel table over CPUID answers.
 #include <gtest/gtest.h>
 #if defined(__i386__) || defined(__x86_64__)
 #include <cpuid.h>
@@ -267,23 +267,5 @@ TEST(Kernels, TheTableChoosesPerProcessor) {
   EXPECT_EQ(PickKernel(Shape::kFourToFour, {SimdLevel::kAVX2, false, true}, 0).stores, Stores::kOrdinary);
 }
 #endif
-
-// Patterns are kept between calls: a map that differs in any byte (here the alpha filled in)
-// must get its own, however many others came between.
-TEST(Kernels, KeptPatternsFollowTheMap) {
-  Buffers buffers(kLongestRow + 64);
-  for (int level = 0; level <= static_cast<int>(DetectedSimdLevel()); ++level) {
-    SCOPED_TRACE(SimdLevelName(static_cast<SimdLevel>(level)));
-    const KernelTable table = KernelTableFor(ChoicesFor(ThisProcessor()), static_cast<SimdLevel>(level), true);
-    for (int round = 0; round < 3; ++round) {
-      for (int32_t alpha : {0x00, 0x01, 0x7F, 0x80, 0xFE, 0xFF}) {
-        const PixelMap map = CopyMap(copy_layouts::kRGBA, FormatGroup::kAlphaFirst, FormatGroup::kNone, alpha, 0);
-        buffers.Prefill(kGuard, 255 * 4);
-        RowConverter(map, table, 0)(&buffers.source[kGuard], nullptr, &buffers.fast[kGuard], 255);
-        for (int32_t x = 0; x < 255; ++x) ASSERT_EQ(buffers.fast[kGuard + 4 * x + 3], alpha) << "pixel " << x;
-      }
-    }
-  }
-}
 
 }  // namespace

@@ -148,13 +148,14 @@ const refhost::Declaration& Declared(int number) {
 
 BoundCall Bind(const MethodCall& call) {
   const refhost::Declaration& declared = Declared(call.number);
+  const size_t count = declared.params.size();
   BoundCall bound{call,
                   declared.name,
                   declared.params,
                   call.number <= kCopyCount,
                   ParseExpected(call.expected),
-                  std::vector<const std::string*>(declared.params.size()),
-                  std::vector<int32_t>(declared.params.size())};
+                  std::vector<const std::string*>(count),
+                  std::vector<int32_t>(count)};
   for (const auto& [name, text] : call.args) {
     if (bound.Takes(name)) bound.texts[size_t(bound.Index(name))] = &text;
     else if (!call.spare) throw std::invalid_argument(bound.name + " takes no " + name);
