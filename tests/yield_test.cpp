@@ -45,6 +45,7 @@ TEST(Yield, TicksAndMillisecondsPaceTheYields) {
       // First call yields at once: the last yield is taken to be at 0.
       {60, {1000, 1030, 1059, 1065, 1120, 1130}, 5, {true, false, false, true, false, true}},
       {1, {5, 5, 6, 6, 8}, 0, {true, false, true, false, true}},
+      {10, {10, 19, 20}, 0, {true, false, true}},  // exactly one interval after 0
       {-250, {10000, 10200, 10249, 10250, 10400, 10499}, 0, {true, false, false, true, false, false}},
       // Readings far below the last count by their distance too.
       {10, {100, 50, 55}, 0, {true, true, false}},
