@@ -7,6 +7,7 @@
 #include <cpuid.h>
 #endif
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <random>
@@ -183,6 +184,16 @@ TEST(Kernels, EveryKernelMatchesThePlainRow) {
           EXPECT_TRUE(tested[level][stores][shape]) << "no map tried the " << ShapeName(static_cast<Shape>(shape))
                                                     << " kernel at level " << level << ", stores " << stores;
         }
+}
+
+// --simd and the tests hold every shape to any level from scalar up, at most the detected one.
+TEST(Kernels, HoldingReachesEveryLevelUpToTheDetectedOne) {
+  for (int level = 0; level <= static_cast<int>(SimdLevel::kWidest); ++level) {
+    HoldSimdLevel(level);
+    EXPECT_EQ(ActiveSimdLevel(), std::min(static_cast<SimdLevel>(level), DetectedSimdLevel())) << level;
+  }
+  HoldSimdLevel(-1);
+  EXPECT_EQ(ActiveSimdLevel(), DetectedSimdLevel());
 }
 
 #if defined(__i386__) || defined(__x86_64__)
