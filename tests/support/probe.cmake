@@ -2,5 +2,5 @@
 # reset of every process-global and entry points to its units, for the tests and the fuzzer.
 pixelbridge_plugin(pixelbridge_probe
   EXPORTS ${CMAKE_SOURCE_DIR}/tests/support/probe_exports.map
-  SOURCES ${CMAKE_SOURCE_DIR}/tests/support/probe_entry.cpp ${CMAKE_SOURCE_DIR}/tests/support/fake_clock.cpp
+  SOURCES ${CMAKE_SOURCE_DIR}/tests/support/probe_entry.cpp
   LINK_OPTIONS -Wl,--wrap=calloc)

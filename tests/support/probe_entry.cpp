@@ -1,4 +1,5 @@
-// Test-only entry points into the plug-in's units, linked only into the probe build.
+// Test-only entry points into the plug-in's units, and a clock the tests set in place of the
+// system's, linked only into the probe build.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -9,17 +10,28 @@
 #include "host/exceptions.h"
 #include "host/host_functions.h"
 #include "host/yield.h"
+#include "platform/clock.h"
 #include "platform/cpu.h"
 #include "plugin/registration.h"
 
 #define PROBE extern "C" PIXELBRIDGE_EXPORTED
 
-void ResetProbeClock();  // tests/support/fake_clock.cpp
-
 namespace {
 int gAllocationsSeen = 0;
 int gFailAllocationsFrom = 0;  // 0: none fail
+uint32_t gTicks = 0;
+int32_t gMilliseconds = 0;
+int gClockReads = 0;
 }  // namespace
+
+uint32_t PlatformTickCount() { return ++gClockReads, gTicks; }
+int32_t PlatformMilliseconds() { return ++gClockReads, gMilliseconds; }
+
+PROBE void PixelbridgeProbeSetClock(uint32_t ticks, int32_t milliseconds) {
+  gTicks = ticks;
+  gMilliseconds = milliseconds;
+}
+PROBE int PixelbridgeProbeClockReads() { return gClockReads; }
 
 // The probe is linked with --wrap=calloc: from the chosen call on, allocations fail.
 extern "C" void* __real_calloc(size_t count, size_t size);
@@ -84,7 +96,8 @@ PROBE void PixelbridgeProbeReset() {
   IsDesktop = IsConsole = false;
   HoldSimdLevel(-1);
   SetStreamingStoresFrom(-1);
-  ResetProbeClock();
+  PixelbridgeProbeSetClock(0, 0);
+  gClockReads = 0;
   PixelbridgeProbeFailAllocationsFrom(0);
 }
 
