@@ -14,14 +14,7 @@
 
 #include "platform/cpu.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define PIXELTEST_LEAK_CHECK 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define PIXELTEST_LEAK_CHECK 1
-#endif
-#endif
-#if PIXELTEST_LEAK_CHECK
+#if PIXELTEST_LEAK_CHECK  // the sanitizer builds
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -54,14 +47,12 @@ void InChild(const std::function<void()>& body) {
   if (const char* child = getenv("PIXELTEST_CHILD")) {
     if (atoi(child) != index) return;
     body();
-    fflush(stdout);
-    fflush(stderr);
+    fflush(nullptr);
     ExitProcess(::testing::Test::HasFailure() ? 1 : 0);
   }
   char program[MAX_PATH];
   GetModuleFileNameA(nullptr, program, MAX_PATH);
-  fflush(stdout);
-  fflush(stderr);
+  fflush(nullptr);
   SetEnvironmentVariableA("PIXELTEST_CHILD", std::to_string(index).c_str());
   const unsigned status = std::system(("\"" + std::string(program) + "\" --gtest_filter=" + name).c_str());
   SetEnvironmentVariableA("PIXELTEST_CHILD", nullptr);
@@ -70,8 +61,7 @@ void InChild(const std::function<void()>& body) {
 }
 #else
 void InChild(const std::function<void()>& body) {
-  fflush(stdout);
-  fflush(stderr);
+  fflush(nullptr);
   const pid_t child = fork();
   ASSERT_NE(child, -1) << "fork failed";
   if (child == 0) {
@@ -80,8 +70,7 @@ void InChild(const std::function<void()>& body) {
     // The child leaves by _exit, which skips the sanitizer's leak check at exit.
     if (__lsan_do_recoverable_leak_check() != 0) ADD_FAILURE() << "the host process leaked memory (above)";
 #endif
-    fflush(stdout);
-    fflush(stderr);
+    fflush(nullptr);
     _exit(::testing::Test::HasFailure() ? 1 : 0);
   }
   int status = 0;
