@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "refhost/method_names.h"
 #include "refhost/pixelhost/session.h"
 
 namespace pixelhost {
@@ -11,14 +12,6 @@ namespace {
 
 // The parameters every method of a family has.
 const char kCommonParams[] = "destination offset StartLine EndLine Yield DestRowBytes source width height";
-
-bool Strip(std::string& text, const std::string& prefix, const std::string& suffix) {
-  if (text.size() <= prefix.size() + suffix.size() || text.compare(0, prefix.size(), prefix) != 0 ||
-      text.compare(text.size() - suffix.size(), suffix.size(), suffix) != 0)
-    return false;
-  text = text.substr(prefix.size(), text.size() - prefix.size() - suffix.size());
-  return true;
-}
 
 }  // namespace
 
@@ -49,17 +42,13 @@ std::string MethodShape::FileName(int number) const {
   return name + ".png";
 }
 
-// "CopyXRGBtoMemoryblockQZV", "PtrRGBAtoPictureQZV", "MemoryblockGrayToPictureQZV" …
 std::optional<MethodShape> ShapeOf(const refhost::RegisteredMethod& method) {
   MethodShape shape;
   shape.method = &method;
-  shape.layout = method.parsed.name;
-  shape.toMemory = Strip(shape.layout, "Copy", "toMemoryblockQZV");
-  if (!shape.toMemory) {
-    shape.fromPtr = Strip(shape.layout, "Ptr", "PictureQZV");
-    if (!shape.fromPtr && !Strip(shape.layout, "Memoryblock", "PictureQZV")) return std::nullopt;
-    if (!Strip(shape.layout, "", "to") && !Strip(shape.layout, "", "To")) return std::nullopt;
-  }
+  shape.layout = refhost::LayoutWord(method.parsed.name);
+  if (shape.layout.empty()) return std::nullopt;
+  shape.toMemory = method.parsed.name.rfind("Copy", 0) == 0;
+  shape.fromPtr = method.parsed.name.rfind("Ptr", 0) == 0;
   for (const refhost::Parameter& param : method.parsed.params)
     if (!IsOneOf(param.name, kCommonParams)) shape.extras.push_back(ParamKey(param));
   return shape;

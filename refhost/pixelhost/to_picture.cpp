@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "refhost/method_names.h"
 #include "refhost/pixelhost/commands.h"
 #include "refhost/pixelhost/files.h"
 
@@ -28,15 +29,10 @@ std::set<std::string> RequiredParams(const std::string& layout, const CommandLin
 
 // A Ptr carries no size, so the file must hold every byte the method will read.
 void CheckPtrSource(const std::string& layout, const CommandLine& line, size_t available) {
-  const int64_t width = line.Int("--width", 0), height = line.Int("--height", 0);
-  const int64_t offset = line.Int("--offset", 0), pixelByteSize = line.Int("--pixel-byte-size", 1);
-  const bool gray = layout == "GRAY";
-  if (width < 1 || height < 1 || offset < 0 || (gray && pixelByteSize < 1)) return;  // the plug-in refuses these
-  const int64_t pixels = width * height;
-  const bool fits = pixels <= static_cast<int64_t>(available) &&
-                    offset + (gray ? (pixels - 1) * pixelByteSize + 1 : pixels * static_cast<int64_t>(layout.size())) <=
-                        static_cast<int64_t>(available);
-  if (!fits)
+  const int32_t width = line.Int("--width", 0), height = line.Int("--height", 0), offset = line.Int("--offset", 0);
+  const int64_t read =
+      refhost::SourceBytesRead(MethodName(layout, true), offset, width, height, line.Int("--pixel-byte-size", 1));
+  if (read > static_cast<int64_t>(available))  // -1 where the plug-in refuses the arguments
     throw Failure(line.operands()[1] + " holds " + std::to_string(available) + " bytes, too few for " +
                   std::to_string(width) + "x" + std::to_string(height) + " " + layout + " pixels at offset " +
                   std::to_string(offset));

@@ -20,6 +20,7 @@
 #include <unordered_map>
 
 #include "host/host_function_list.h"
+#include "refhost/method_names.h"
 #include "tests/support/method_calls.h"
 
 using refhost::ParamType;
@@ -208,8 +209,8 @@ class CallRunner {
     if (number <= pixeltest::kCopyCount) Decode(call, kReceiver);
     for (const refhost::Parameter& param : method->parsed.params) Decode(call, param);
     const auto integer = [&](const char* name) { return call.args.count(name) ? std::stoll(call.args[name]) : 0; };
-    const int64_t read = pixeltest::SourceBytesRead(method->parsed.name, integer("offset"), integer("width"),
-                                                    integer("height"), integer("PixelByteSize"));
+    const int64_t read = refhost::SourceBytesRead(method->parsed.name, integer("offset"), integer("width"),
+                                                  integer("height"), integer("PixelByteSize"));
     const bool madeToFit =
         number > pixeltest::kCopyCount && !call.args.count("source") && !call.objects.count("source");
     if (madeToFit && (read < 0 || integer("width") > kLargestNewPicture || integer("height") > kLargestNewPicture))

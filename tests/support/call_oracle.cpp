@@ -1,19 +1,12 @@
 // The oracle: the bytes a copy must leave and the pixels a conversion must make, worked out
 // from the methods' names, the lines, pitches, tints and tables the README describes.
 #include <algorithm>
-#include <cstring>
 
+#include "refhost/method_names.h"
 #include "tests/support/method_calls.h"
 
 namespace pixeltest {
 namespace {
-
-// "CopyRGBAtoMemoryblockQZV" gives "RGBA", "CopyRtoMemoryblockQZV" "R", the gray methods "Gray".
-std::string NameLetters(const std::string& method) {
-  if (method.find("Gray") != std::string::npos) return "Gray";
-  const size_t start = method.rfind("Copy", 0) == 0 ? 4 : method.rfind("Ptr", 0) == 0 ? 3 : strlen("Memoryblock");
-  return method.substr(start, method.find("to", start) - start);
-}
 
 // The lines a copy writes into its block, and where.
 struct CopyLines {
@@ -39,14 +32,14 @@ CopyLines CopyLinesOf(const BoundCall& bound, const refhost::Picture* receiver, 
 }  // namespace
 
 std::string PixelLetters(const BoundCall& bound) {
-  if (!bound.Takes("LittleEndian")) return NameLetters(bound.name);
+  if (!bound.Takes("LittleEndian")) return refhost::LayoutWord(bound.name);
   return bound.Int("LittleEndian") != 0 ? "BGRA" : "ARGB";
 }
 
 int64_t BlockBytesNeeded(const BoundCall& bound, const refhost::Picture* receiver, const refhost::Picture* mask) {
   if (!bound.copy) {
-    const int64_t read = SourceBytesRead(bound.name, bound.Int("offset"), bound.Int("width"), bound.Int("height"),
-                                         bound.Int("PixelByteSize"));
+    const int64_t read = refhost::SourceBytesRead(bound.name, bound.Int("offset"), bound.Int("width"),
+                                                  bound.Int("height"), bound.Int("PixelByteSize"));
     return read >= 0 && read < (int64_t{1} << 32) ? read : 16;
   }
   const CopyLines lines = CopyLinesOf(bound, receiver, mask);
@@ -111,19 +104,6 @@ refhost::Rgba ExpectedPixel(const BoundCall& bound, const CallObjects& objects, 
     }
   }
   return refhost::Rgba{channel[0], channel[1], channel[2], 255};
-}
-
-int64_t SourceBytesRead(const std::string& method, int64_t offset, int64_t width, int64_t height,
-                        int64_t pixelByteSize) {
-  const bool gray = NameLetters(method) == "Gray";
-  if (offset < 0 || width < 1 || height < 1 || (gray && pixelByteSize < 1)) return -1;
-  // offset + count × step + last, or INT64_MAX when that doesn't fit.
-  auto extent = [offset](int64_t count, int64_t step, int64_t last) {
-    return count > (INT64_MAX - offset - last) / step ? INT64_MAX : offset + count * step + last;
-  };
-  // Gray samples lie PixelByteSize apart and only their first byte is read.
-  if (gray) return extent(width * height - 1, pixelByteSize, 1);
-  return extent(width * height, static_cast<int64_t>(NameLetters(method).size()), 0);
 }
 
 }  // namespace pixeltest

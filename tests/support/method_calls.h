@@ -25,11 +25,6 @@ constexpr int kCopyCount = 18;
 const std::string& DeclarationOf(int number);
 // Lines of a data file under tests/data, without blank and comment lines.
 std::vector<std::string> DataLines(const std::string& file);
-// The bytes from a source's start that a memory-to-picture method named `method` reads for
-// these arguments, which its caller must supply (a Ptr carries no size); -1 when the
-// arguments are refused before anything is read.
-int64_t SourceBytesRead(const std::string& method, int64_t offset, int64_t width, int64_t height,
-                        int64_t pixelByteSize);
 
 // A host line and a call line of the case tables, spelled as tests/data/calls.txt tells.
 refhost::HostConfig ParseHost(const std::string& line, const std::string& plugin);
