@@ -56,25 +56,6 @@ TEST(Methods, EveryMethodOnEveryPictureFormat) {
   }
 }
 
-// A copy's picture is locked, held, unlocked, given back; a new picture is made, locked,
-// held, handed back with a reference for the caller, unlocked, given back.
-TEST(Methods, HostCallsInOrder) {
-  pixeltest::InHost(pixeltest::PluginConfig(), [](refhost::Host& host) {
-    pixeltest::ExpectCall(host, "5 picture=2x2 AlphaValue=0 -> true");  // settles the host kind
-    host.ClearLog();
-    pixeltest::ExpectCall(host, "5 picture=2x2 AlphaValue=0 -> true");
-    EXPECT_EQ(host.CallNames(), (std::vector<std::string>{"REALGetPropValueBool", "REALLockPictureDescription",
-                                                          "REALLockObject", "memoryBlockGetPtr", "memoryBlockGetSize",
-                                                          "unlockPictureDescription", "REALUnlockObject"}));
-    host.ClearLog();
-    pixeltest::ExpectCall(host, "30 width=3 height=2 -> picture");
-    EXPECT_EQ(host.CallNames(),
-              (std::vector<std::string>{"newPicture", "REALGetPropValueBool", "REALLockPictureDescription",
-                                        "REALLockObject", "REALUnlockObject", "REALLockObject", "REALPictureClearCache",
-                                        "unlockPictureDescription", "REALPictureClearCache", "REALUnlockObject"}));
-  });
-}
-
 // Without DrawPicture nor a true-colour rendering to lend, a copy of a vector picture stays
 // as the host made it (white).
 TEST(Methods, CopyOfAPictureTheHostCantDrawNorLend) {

@@ -110,9 +110,11 @@ Expected ParseExpected(const std::string& text) {
   Expected expected;
   const size_t bar = text.find(" | ");
   const std::string result = text.substr(0, bar);
-  if (bar != std::string::npos)
-    for (const std::string& count : Split(text.substr(bar + 3), ' '))
-      expected.calls.push_back({count.substr(0, count.find('=')), Integer(count.substr(count.find('=') + 1))});
+  for (const std::string& item : Split(bar == std::string::npos ? "" : text.substr(bar + 3), ' ')) {
+    const std::string name = item.substr(0, item.find('=')), value = item.substr(item.find('=') + 1);
+    if (name == "order") expected.order = Split(value, ',');
+    else expected.calls.push_back({name, Integer(value)});
+  }
   if (result.find(": ") != std::string::npos) {
     expected.kind = Expected::kRaised, expected.exception = result;
   } else if (result == "picture" || result == "dest") {

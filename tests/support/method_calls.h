@@ -72,6 +72,7 @@ struct Expected {
   int32_t first = 0, last = -1;
   std::string exception;                           // for kRaised: "Class: message"
   std::vector<std::pair<std::string, int>> calls;  // host functions and how often the call uses each
+  std::vector<std::string> order;                  // every host function the call uses, in order
   bool Succeeds() const { return kind == kWritten || kind == kPicture || kind == kDest; }
 };
 
