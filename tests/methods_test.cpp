@@ -56,19 +56,6 @@ TEST(Methods, EveryMethodOnEveryPictureFormat) {
   }
 }
 
-// Without DrawPicture nor a true-colour rendering to lend, a copy of a vector picture stays
-// as the host made it (white).
-TEST(Methods, CopyOfAPictureTheHostCantDrawNorLend) {
-  pixeltest::InHost(
-      pixeltest::ParseHost("host desktop version=2011 no-draw", PIXELBRIDGE_PLUGIN), [](refhost::Host& host) {
-        const pixeltest::CallOutcome ran = pixeltest::ExpectCall(host, "1 picture=6x3:vector");
-        EXPECT_TRUE(ran.result.boolean && ran.result.problems.empty());
-        EXPECT_EQ(std::vector<uint8_t>(ran.bytes.begin(), ran.bytes.end() - 1), std::vector<uint8_t>(6 * 3 * 3, 255));
-        EXPECT_EQ(host.CallCount("unlockPictureDescription"), 3)
-            << "after the refused bitmap and true-colour locks, and its own";
-      });
-}
-
 // A host that answers for no application class is asked again at each open, three classes
 // each time, until a granted lock settles its kind: a bitmap context on a desktop host, a
 // true-colour image on a console one (whose second call opens a drawn copy too, and asks

@@ -72,6 +72,8 @@ CallObjects MakeObjects(refhost::Host& host, const BoundCall& bound) {
     }
     objects.args.push_back(arg);
   }
+  objects.blank = objects.receiver && objects.receiver->setup().kind == refhost::PictureKind::Vector &&
+                  host.config().no_draw_method && !host.config().lend_true_color;
   const int64_t needed = BlockBytesNeeded(bound, objects.receiver, objects.mask);
   for (size_t i = 0; i < bound.params.size(); ++i) {
     const refhost::Parameter& param = bound.params[i];

@@ -58,7 +58,7 @@ std::vector<uint8_t> ExpectedCopy(const BoundCall& bound, const CallObjects& obj
     // Lines past the picture's last take row 0; the mask's lines are its own.
     const int32_t line = lines.first + k, row = line < receiver->height() ? line : 0;
     for (int32_t x = 0; x < pixels; ++x) {
-      const refhost::Rgba colour = receiver->GetPixel(x, row);
+      const refhost::Rgba colour = objects.blank ? refhost::Rgba{255, 255, 255, 255} : receiver->GetPixel(x, row);
       uint8_t* at = &bytes.at(size_t(lines.offset + k * lines.pitch + x * lines.pixelBytes));
       for (size_t i = 0; i < letters.size(); ++i) {
         if (letters[i] == 'R') at[i] = colour.r;

@@ -98,6 +98,7 @@ BoundCall Bind(const MethodCall& call);
 struct CallObjects {
   refhost::Picture *receiver = nullptr, *mask = nullptr, *dest = nullptr;
   refhost::MemoryBlock* block = nullptr;  // a copy's destination, or a conversion's source
+  bool blank = false;                     // the receiver is a vector picture the host can neither draw nor lend: white
   std::map<std::string, std::vector<int32_t>> arrays;
   std::vector<refhost::Arg> args;
   std::vector<refhost::Object*> made;  // given back after the call
