@@ -1,4 +1,5 @@
-// Yield pacing by ticks and milliseconds, the clocks behind it, and copies that yield.
+// Yield pacing by ticks and milliseconds, the clocks behind it, and copies that yield while
+// the host runs other calls.
 #include <chrono>
 #include <thread>
 
@@ -62,26 +63,51 @@ TEST(Yield, TicksAndMillisecondsPaceTheYields) {
   });
 }
 
-// Yield 0 never yields nor reads a clock; otherwise a copy yields between lines, with the
-// picture and the mask still open.
-TEST(Yield, CopiesYieldBetweenLinesWithPicturesOpen) {
-  for (int32_t yield : {0, 1, -1, 1000}) {
-    SCOPED_TRACE(yield);
-    InHost(pixeltest::ProbeConfig(), [&](Host& host) {
+// Yield 0 never yields nor reads a clock; otherwise a copy yields between lines with its
+// pictures still open, and the host runs other methods of the plug-in there (one yielding in
+// turn, one on the picture being copied): every call gives what it would have given alone.
+TEST(Yield, CopiesYieldBetweenLinesAndOtherCallsRunThere) {
+  const struct {
+    int32_t yield;
+    std::string copied;
+    refhost::HostKind kind;
+    int locks;  // of the picture and the mask at a yield: a vector picture is read through a copy
+  } cases[] = {{0, "5x4", refhost::HostKind::Desktop, 2},
+               {1, "5x4", refhost::HostKind::Desktop, 2},
+               {-1, "5x4", refhost::HostKind::Console, 2},
+               {1000, "5x4:vector", refhost::HostKind::Desktop, 1}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "Yield " << c.yield << ", " << c.copied);
+    InHost(pixeltest::ProbeConfig(c.kind), [&](Host& host) {
       Probe<void (*)(uint32_t, int32_t)>(host, "PixelbridgeProbeSetClock")(100000, 100000);
-      refhost::Picture* picture = pixeltest::NewPicture(host, "3x4");
-      refhost::Picture* mask = pixeltest::NewPicture(host, "3x4:alpha:format1", true);
-      int yields = 0;
+      refhost::Picture* picture = pixeltest::NewPicture(host, c.copied);
+      refhost::Picture* mask = pixeltest::NewPicture(host, "5x4", true);
+      int yields = 0, depth = 0;
+      bool nestedRan = false, innermostRan = false;
       host.on_yield = [&] {
         ++yields;
-        EXPECT_EQ(picture->locks() + mask->locks(), 2);
+        if (depth == 1 && !innermostRan) {
+          innermostRan = true;
+          pixeltest::ExpectCall(host, "46 width=2 height=2 -> picture");
+        }
+        if (depth > 0 || nestedRan) return;
+        EXPECT_EQ(picture->locks() + mask->locks(), c.locks) << "the yielding copy keeps its pictures open";
+        nestedRan = true;
+        ++depth;
+        pixeltest::ExpectCall(host, "14 picture=3x2 Yield=1 -> true");  // yields in turn
+        pixeltest::ExpectCall(host, "40 dest=4x4 width=2 height=2 -> dest");
+        pixeltest::MethodCall again = pixeltest::ParseCall("17 PixelByteSize=1 -> true");  // the picture copied
+        again.objects["picture"] = picture;
+        pixeltest::ExpectCall(host, again);
+        --depth;
       };
-      pixeltest::MethodCall call = pixeltest::ParseCall("8 Yield=" + std::to_string(yield) + " -> true");
+      pixeltest::MethodCall call = pixeltest::ParseCall("8 Yield=" + std::to_string(c.yield) + " -> true");
       call.objects = {{"picture", picture}, {"MaskForAlpha", mask}};
       pixeltest::ExpectCall(host, call);
-      EXPECT_EQ(yields, yield == 0 ? 0 : 1);
-      EXPECT_EQ(Probe<int (*)()>(host, "PixelbridgeProbeClockReads")(), yield == 0 ? 0 : 4 + yields)
-          << "one read a line, one more after each yield";
+      EXPECT_EQ(nestedRan && innermostRan, c.yield != 0);
+      EXPECT_EQ(yields, c.yield == 0 ? 0 : 2) << "the copy's first line, and the nested copy's";
+      EXPECT_EQ(Probe<int (*)()>(host, "PixelbridgeProbeClockReads")(), c.yield == 0 ? 0 : 4 + 2 + yields)
+          << "one read a line of either copy, one more after each yield";
       host.Release(picture);
       host.Release(mask);
     });
