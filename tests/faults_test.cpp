@@ -75,19 +75,17 @@ CallOutcome Run(Host& host, const MethodCall& call) {
   return pixeltest::RunCall(host, call);
 }
 
-enum class Fault { kMissing, kFailing };
-
 struct FaultCase {
   const char* function;
-  Fault fault;
+  bool missing;  // or failing
 };
 
 // Every host function lacking, and every one that answers failing.
 std::vector<FaultCase> AllFaults() {
   std::vector<FaultCase> faults;
 #define PIXELBRIDGE_FAULTS(wrapper, lookup, result, parameters) \
-  faults.push_back({lookup, Fault::kMissing});                  \
-  if (!std::is_void_v<result>) faults.push_back({lookup, Fault::kFailing});
+  faults.push_back({lookup, true});                             \
+  if (!std::is_void_v<result>) faults.push_back({lookup, false});
   PIXELBRIDGE_DIRECT_HOST_FUNCTIONS(PIXELBRIDGE_FAULTS)
   PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELBRIDGE_FAULTS)
 #undef PIXELBRIDGE_FAULTS
@@ -129,8 +127,7 @@ const Effect kEffects[] = {
 
 Effect EffectOf(const FaultCase& fault) {
   for (const Effect& effect : kEffects)
-    if (std::string(effect.function) == fault.function &&
-        (fault.fault == Fault::kMissing ? effect.whenMissing : effect.whenFailing))
+    if (std::string(effect.function) == fault.function && (fault.missing ? effect.whenMissing : effect.whenFailing))
       return effect;
   return {fault.function, false, false, 0, 0, false};
 }
@@ -153,7 +150,7 @@ void ExpectDegradesGracefully(const FaultCase& fault, HostKind kind) {
       }
     });
     HostConfig config = pixeltest::ProbeConfig(kind);
-    (fault.fault == Fault::kMissing ? config.missing : config.failing).insert(fault.function);
+    (fault.missing ? config.missing : config.failing).insert(fault.function);
     pixeltest::WithHost(config, [&](Host& host) {
       for (size_t i = 0; i < scene.size(); ++i) {
         SCOPED_TRACE(scene[i].line);
@@ -188,8 +185,7 @@ TEST_P(HostFaults, EveryMethodReturnsAndDegradesGracefully) {
 
 INSTANTIATE_TEST_SUITE_P(EveryHostFunction, HostFaults, testing::ValuesIn(AllFaults()),
                          [](const testing::TestParamInfo<FaultCase>& info) {
-                           return std::string(info.param.function) +
-                                  (info.param.fault == Fault::kMissing ? "_missing" : "_failing");
+                           return std::string(info.param.function) + (info.param.missing ? "_missing" : "_failing");
                          });
 
 // The test process notices a host process that ends the way a sanitizer's report ends it

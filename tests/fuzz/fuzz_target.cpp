@@ -84,12 +84,10 @@ struct ProgramObjects {
 ProgramObjects DecodeObjects(FuzzedDataProvider& input, refhost::Host& host) {
   ProgramObjects objects;
   for (int count = input.ConsumeIntegralInRange(0, 4); count > 0; --count) {
+    static const char* const kKinds[] = {":bitmap", ":truecolour", ":vector"};
     const int kind = input.ConsumeIntegralInRange(0, 2);  // gd makes no empty images
     std::string spelling = std::to_string(input.ConsumeIntegralInRange(kind == 0 ? 0 : 1, 12)) + "x" +
-                           std::to_string(input.ConsumeIntegralInRange(kind == 0 ? 0 : 1, 12)) +
-                           (kind == 0   ? ":bitmap"
-                            : kind == 1 ? ":truecolour"
-                                        : ":vector") +
+                           std::to_string(input.ConsumeIntegralInRange(kind == 0 ? 0 : 1, 12)) + kKinds[kind] +
                            ":format" + std::to_string(input.ConsumeIntegralInRange(0, 7)) + ":pad" +
                            std::to_string(input.ConsumeIntegralInRange(0, 7));
     const auto flags = input.ConsumeIntegral<uint8_t>();

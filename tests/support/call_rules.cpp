@@ -70,7 +70,7 @@ CallOutcome RunCall(refhost::Host& host, const MethodCall& call) {
     outcome.bytes.insert(outcome.bytes.end(), {pixel.r, pixel.g, pixel.b, pixel.a});
   outcome.bytes.push_back(returned != nullptr && returned == objects.dest);
   const std::vector<refhost::Rgba> destAfter = PixelsOf(objects.dest);
-  outcome.untouched =
+  const bool untouched =
       std::equal(blockBefore.begin(), blockBefore.end(), outcome.bytes.begin()) && destAfter == destBefore;
   const auto rule = [&](bool kept, const std::string& broken) {
     if (!kept) outcome.broken.push_back(broken);
@@ -84,7 +84,7 @@ CallOutcome RunCall(refhost::Host& host, const MethodCall& call) {
     rule(raised.error_number.value_or(0) == 0, "ErrorNumber is not 0");
   }
   rule(outcome.exception.empty() || outcome.failed, "raised an exception but didn't fail");
-  rule(call.shared || !outcome.failed || outcome.untouched, "failed, but wrote");
+  rule(call.shared || !outcome.failed || untouched, "failed, but wrote");
   const size_t offset = std::min<size_t>(std::max(bound.Int("offset"), 0), blockBefore.size());
   rule(call.shared || outcome.failed ||
            std::equal(blockBefore.begin(), blockBefore.begin() + offset, outcome.bytes.begin()),

@@ -46,7 +46,6 @@ struct CallOutcome {
   bool failed = true;
   std::string exception;       // "Class: message", empty for none
   std::vector<uint8_t> bytes;  // the block after the call, the pixels of the picture returned
-  bool untouched = true;       // the block and the destination picture hold what they held
   // What it broke of the rules of every call (documented exceptions only, a failure result
   // with each, nothing written when it failed nor before the offset, a returned picture of
   // the size asked for) and of what it must give, with its references and locks.
