@@ -1,15 +1,21 @@
 // Reading the plug-in's method names.
 #include "refhost/method_names.h"
 
-#include <regex>
-
 namespace refhost {
 
 std::string LayoutWord(const std::string& method) {
-  static const std::regex kFamilies("Copy([A-Z]+)toMemoryblockQZV|(?:Ptr|Memoryblock)([A-Z]+|Gray)[tT]oPictureQZV");
-  std::smatch match;
-  if (!std::regex_match(method, match, kFamilies)) return "";
-  return match[match[1].matched ? 1 : 2].str();
+  // The word between a family's prefix and its suffix: capitals, or "Gray" before "To".
+  const auto between = [&](const std::string& prefix, const std::string& suffix) -> std::string {
+    if (method.size() <= prefix.size() + suffix.size() || method.rfind(prefix, 0) != 0 ||
+        method.compare(method.size() - suffix.size(), suffix.size(), suffix) != 0)
+      return "";
+    const std::string word = method.substr(prefix.size(), method.size() - prefix.size() - suffix.size());
+    return word == "Gray" || word.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ") == std::string::npos ? word : "";
+  };
+  for (const char* prefix : {"Ptr", "Memoryblock"})
+    for (const char* suffix : {"toPictureQZV", "ToPictureQZV"})
+      if (const std::string word = between(prefix, suffix); !word.empty()) return word;
+  return between("Copy", "toMemoryblockQZV");
 }
 
 int64_t SourceBytesRead(const std::string& method, int64_t offset, int64_t width, int64_t height,
