@@ -57,7 +57,7 @@ CallOutcome RunCall(refhost::Host& host, const MethodCall& call) {
   std::map<std::string, int> callsBefore;
   for (const auto& [name, count] : expected.calls) callsBefore[name] = host.CallCount(name);
   for (const char* name : kNotBeforeARaise) callsBefore[name] = host.CallCount(name);
-  const size_t logged = host.CallNames().size();
+  const size_t logged = expected.order.empty() ? 0 : host.CallNames().size();  // copied only when asked
 
   CallOutcome outcome;
   outcome.result = host.Call(DeclarationOf(call.number), objects.args);
@@ -103,9 +103,11 @@ CallOutcome RunCall(refhost::Host& host, const MethodCall& call) {
     rule(outcome.exception == expected.exception, "raised \"" + outcome.exception + "\"");
     for (const auto& [name, count] : expected.calls)
       rule(host.CallCount(name) - callsBefore[name] == count, name + " called otherwise");
-    const std::vector<std::string> names = host.CallNames();
-    rule(expected.order.empty() || std::vector<std::string>(names.begin() + logged, names.end()) == expected.order,
-         "host functions called in another order");
+    if (!expected.order.empty()) {
+      const std::vector<std::string> names = host.CallNames();
+      rule(std::vector<std::string>(names.begin() + logged, names.end()) == expected.order,
+           "host functions called in another order");
+    }
     for (const char* name : kNotBeforeARaise)
       rule(expected.kind != Expected::kRaised || host.CallCount(name) == callsBefore[name] ||
                (bound.copy && name[0] == 'R' && expected.exception.rfind("OutOfBounds", 0) == 0),
