@@ -54,7 +54,9 @@ void InChild(const std::function<void()>& body) {
   GetModuleFileNameA(nullptr, program, MAX_PATH);
   fflush(nullptr);
   SetEnvironmentVariableA("PIXELTEST_CHILD", std::to_string(index).c_str());
-  const unsigned status = std::system(("\"" + std::string(program) + "\" --gtest_filter=" + name).c_str());
+  const std::string command = "\"" + std::string(program) + "\" --gtest_filter=" + name;
+  unsigned status = std::system(command.c_str());
+  if (status == ~0u) status = std::system(command.c_str());  // the child never started (Wine, now and then)
   SetEnvironmentVariableA("PIXELTEST_CHILD", nullptr);
   if (status > 1) ADD_FAILURE() << "the host process died with status 0x" << std::hex << status;
   else EXPECT_EQ(status, 0u) << "the host process reported failures (above)";
