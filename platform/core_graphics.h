@@ -1,8 +1,9 @@
-// The part of CoreGraphics that hosts and the plug-in use: the framework itself on macOS,
-// the project's stand-in library elsewhere.
+// The part of CoreGraphics that hosts and the plug-in use: the framework's own header where
+// the SDK has it; elsewhere these declarations, with the framework's C signatures, which the
+// framework itself resolves on macOS and the project's stand-in library on other systems.
 #pragma once
 
-#if defined(__APPLE__)
+#if defined(__APPLE__) && __has_include(<CoreGraphics/CoreGraphics.h>)
 #include <CoreGraphics/CoreGraphics.h>
 #else
 #include <cstddef>

@@ -1,11 +1,14 @@
-// The processor's identity and SIMD level: CPUID and, before any AVX level, XGETBV on x86; on
-// ARM, NEON is part of every 64-bit processor and a feature bit the kernel reports on 32-bit
-// ones. Also the last-level cache's size, from CPUID's cache leaves, which sets when stores
-// stream.
+// The processor's identity and SIMD level: CPUID and, before any AVX level, XGETBV on x86
+// (on macOS the system's word for AVX-512 in place of XGETBV's); on ARM, NEON is part of
+// every 64-bit processor and a feature bit the kernel reports on 32-bit ones. Also the
+// last-level cache's size, from CPUID's cache leaves, which sets when stores stream.
 #include "platform/cpu.h"
 
 #if defined(__i386__) || defined(__x86_64__)
 #include <cpuid.h>
+#if defined(__APPLE__)
+#include <sys/sysctl.h>
+#endif
 #elif defined(__arm__) && defined(__linux__)
 #include <asm/hwcap.h>
 #include <sys/auxv.h>
@@ -37,8 +40,10 @@ Processor ProcessorFrom(const CpuidAnswers& answers) {
   const uint32_t ebx7 = answers.leaf7[kEbx], ecx7 = answers.leaf7[kEcx];
   if (maxLeaf < 7 || !ymm || !(ebx7 & bit_AVX2)) return processor;
   processor.level = SimdLevel::kAVX2;
-  if (zmm && (ebx7 & bit_AVX512F) && (ebx7 & bit_AVX512BW) && (ecx7 & bit_AVX512VBMI))
-    processor.level = SimdLevel::kAVX512;
+  const bool avx512 = answers.avx512FromSystem >= 0
+                          ? answers.avx512FromSystem == 1
+                          : zmm && (ebx7 & bit_AVX512F) && (ebx7 & bit_AVX512BW) && (ecx7 & bit_AVX512VBMI);
+  if (avx512) processor.level = SimdLevel::kAVX512;
   return processor;
 }
 #endif
@@ -46,6 +51,15 @@ Processor ProcessorFrom(const CpuidAnswers& answers) {
 namespace {
 
 #if defined(__i386__) || defined(__x86_64__)
+#if defined(__APPLE__)
+// A feature the system reports under hw.optional (absent: the processor lacks it).
+bool SystemHas(const char* name) {
+  int32_t value = 0;
+  size_t size = sizeof value;
+  return sysctlbyname(name, &value, &size, nullptr, 0) == 0 && value != 0;
+}
+#endif
+
 Processor Detect() {
   CpuidAnswers answers{};
   uint32_t* r = answers.leaf0;
@@ -61,6 +75,10 @@ Processor Detect() {
     __asm__ volatile("xgetbv" : "=a"(eax), "=d"(edx) : "c"(0));
     answers.xcr0 = (uint64_t{edx} << 32) | eax;
   }
+#if defined(__APPLE__)
+  answers.avx512FromSystem =
+      SystemHas("hw.optional.avx512f") && SystemHas("hw.optional.avx512bw") && SystemHas("hw.optional.avx512vbmi");
+#endif
   return ProcessorFrom(answers);
 }
 

@@ -35,6 +35,10 @@ struct CpuidAnswers {
   uint32_t leaf1[4];  // family, model and features
   uint32_t leaf7[4];  // extended features (subleaf 0)
   uint64_t xcr0;      // the register state the operating system saves (0 without OSXSAVE)
+  // macOS turns AVX-512 state on for a thread at its first use, so XCR0 doesn't show it
+  // there: the system's own answer for AVX-512 F, BW and VBMI together, 1 or 0, stands in
+  // for XCR0's and leaf 7's. -1 elsewhere.
+  int avx512FromSystem = -1;
 };
 Processor ProcessorFrom(const CpuidAnswers& answers);
 #endif

@@ -209,6 +209,7 @@ CpuidAnswers Answers(const char* vendor, uint32_t signature, const char* feature
   if (has.find("vbmi") != std::string::npos) answers.leaf7[2] |= bit_AVX512VBMI;
   if (has.find("no-osxsave") != std::string::npos) answers.leaf1[2] &= ~bit_OSXSAVE;
   if (has.find("no-leaf7") != std::string::npos) answers.leaf0[0] = 1;
+  if (has.find("macos") != std::string::npos) answers.avx512FromSystem = has.find("macos-avx512") != std::string::npos;
   return answers;
 }
 
@@ -248,6 +249,10 @@ TEST(Kernels, TheTableChoosesPerProcessor) {
       {"AVX state not saved", Answers("GenuineIntel", 0x806F8, "ssse3 avx2 no-osxsave"), 6, 143, "Intel",
        "11111111111"},
       {"no leaf 7", Answers("GenuineIntel", 0x6F6, "ssse3 avx2 no-leaf7"), 6, 15, "Intel", "11111111111"},
+      {"Ice Lake Mac, ZMM state on at first use",
+       Answers("GenuineIntel", 0x706E5, "ssse3 avx2 avx512 vbmi macos-avx512", 0x7), 6, 126, "Intel", "33333333333"},
+      {"Mac, the system's no over CPUID's yes", Answers("GenuineIntel", 0x50657, "ssse3 avx2 avx512 vbmi macos"), 6, 85,
+       "Intel", "22222222222"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
