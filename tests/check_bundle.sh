@@ -18,8 +18,8 @@ for arch in arm64 x86_64; do
   loads=$(echo "$headers" | awk '/cmd LC_/ {cmd = $2} /^ *name / && cmd ~ /DYLIB/ {print cmd, $2}' | sort | tr '\n' ' ')
   [ "$loads" = "LC_LOAD_DYLIB /System/Library/Frameworks/CoreGraphics.framework/Versions/A/CoreGraphics \
 LC_LOAD_DYLIB /usr/lib/libSystem.B.dylib LC_LOAD_DYLIB /usr/lib/libc++.1.dylib " ] || fail "$arch loads: $loads"
-  "$objdump" --macho --bind --lazy-bind --arch=$arch "$bundle" | awk '$1 ~ /^__/ {print $(NF-1)}' | sort -u |
-    grep -qvxE 'libSystem|libc\+\+|CoreGraphics' && fail "$arch binds elsewhere than its three libraries"
+  binds=$("$objdump" --macho --bind --lazy-bind --arch=$arch "$bundle" | awk '$1 ~ /^__/ {print $(NF-1)}' | sort -u | tr '\n' ' ')
+  [ "$binds" = "CoreGraphics libSystem libc++ " ] || fail "$arch binds to $binds, not to its three libraries by name"
   [ -z "$("$objdump" --macho --weak-bind --arch=$arch "$bundle" | awk '$1 ~ /^__/')" ] || fail "$arch has weak binds"
   echo "$headers" | awk '/cmd LC_BUILD_VERSION/ {b = 1} b && /minos/ {print $2; exit}' | grep -qx 11.0 ||
     fail "$arch: not for macOS 11.0 and later"
