@@ -58,7 +58,8 @@ Host::~Host() {
 Host* Host::Current() { return gCurrentHost; }
 
 bool Host::Open(std::string* error) {
-  const std::string path = config_.plugin_path.empty() ? PIXELBRIDGE_DEFAULT_PLUGIN : config_.plugin_path;
+  if (config_.plugin_path.empty()) config_.plugin_path = os::ProgramFolder() + PIXELBRIDGE_DEFAULT_PLUGIN;
+  const std::string& path = config_.plugin_path;
   std::string reason;
   library_ = os::LoadPlugin(path, &reason);
   if (library_ == nullptr) {

@@ -35,7 +35,8 @@ struct HostConfig {
   std::set<std::string> failing;
   // Class names that "PluginNewInstance" refuses to instantiate.
   std::set<std::string> uninstantiable;
-  // The plug-in to load; empty: the one this build made.
+  // The plug-in to load; empty: the one beside the running program, as the build and a
+  // release lay them out (Open puts its path here).
   std::string plugin_path;
   // Keep no log of lookups and calls (for benchmarks, whose loops would grow it without end).
   bool quiet = false;

@@ -11,6 +11,8 @@ namespace refhost::os {
 // The plug-in loaded by its full path, or null with the reason in `error`.
 void* LoadPlugin(const std::string& path, std::string* error);
 void* PluginSymbol(void* library, const char* name);
+// The folder of the running program, ending in its separator ("" when the system won't say).
+std::string ProgramFolder();
 
 size_t PageSize();
 // Whole pages, readable, writable and zero, or null.

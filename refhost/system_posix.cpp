@@ -2,6 +2,11 @@
 #include <dlfcn.h>
 #include <sys/mman.h>
 #include <unistd.h>
+#if defined(__APPLE__)
+#include <mach-o/dyld.h>
+#endif
+
+#include <climits>
 
 #include "refhost/system.h"
 
@@ -14,6 +19,18 @@ void* LoadPlugin(const std::string& path, std::string* error) {
 }
 
 void* PluginSymbol(void* library, const char* name) { return dlsym(library, name); }
+
+std::string ProgramFolder() {
+  char path[PATH_MAX] = {};
+#if defined(__APPLE__)
+  uint32_t size = sizeof path;
+  if (_NSGetExecutablePath(path, &size) != 0) return "";
+#else
+  if (readlink("/proc/self/exe", path, sizeof path - 1) < 0) return "";
+#endif
+  const std::string program(path);
+  return program.substr(0, program.rfind('/') + 1);
+}
 
 size_t PageSize() { return static_cast<size_t>(sysconf(_SC_PAGESIZE)); }
 

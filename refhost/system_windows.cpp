@@ -18,6 +18,16 @@ void* PluginSymbol(void* library, const char* name) {
   return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
 }
 
+std::string ProgramFolder() {
+  wchar_t wide[MAX_PATH];
+  const DWORD length = GetModuleFileNameW(nullptr, wide, MAX_PATH);
+  if (length == 0 || length == MAX_PATH) return "";
+  std::string path(static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, wide, -1, nullptr, 0, nullptr, nullptr)), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, wide, -1, path.data(), static_cast<int>(path.size()), nullptr, nullptr);
+  path.resize(path.find_last_of("\\/") + 1);
+  return path;
+}
+
 size_t PageSize() {
   SYSTEM_INFO info;
   GetSystemInfo(&info);

@@ -21,7 +21,7 @@ std::vector<pixelhost::Command> Commands() {
 // Asked for, the usage goes to stdout and the run succeeds.
 int Usage(const std::vector<pixelhost::Command>& commands, bool asked) {
   FILE* out = asked ? stdout : stderr;
-  fputs("usage:\n", out);
+  fputs("usage:\n  pixelhost --version\n", out);
   for (const auto& command : commands) fprintf(out, "  pixelhost %s %s\n", command.name.c_str(), command.usage.c_str());
   return asked ? 0 : 2;
 }
@@ -33,6 +33,10 @@ int main(int argc, char** argv) {
   const pixelhost::Command* command = nullptr;
   for (const auto& candidate : commands)
     if (argc >= 2 && candidate.name == argv[1]) command = &candidate;
+  if (argc == 2 && strcmp(argv[1], "--version") == 0) {
+    printf("pixelhost %s\n", PIXELBRIDGE_VERSION);
+    return 0;
+  }
   if (command == nullptr) {
     const bool asked = argc >= 2 && (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "help") == 0);
     if (argc >= 2 && !asked) fprintf(stderr, "pixelhost: unknown command \"%s\"\n", argv[1]);
