@@ -23,12 +23,13 @@ PACKAGES_macos := cmake clang lld llvm npm googletest
 PACKAGES_asan := $(PACKAGES_native)
 PACKAGES_fuzz := cmake clang libclang-rt-14-dev libgd-dev
 PACKAGES_format := clang-format
+PACKAGES_dist := zip unzip
 
 # Options of trees beyond their toolchain file.
 OPTIONS_asan := -DPIXELBRIDGE_SANITIZE=ON
 OPTIONS_fuzz := -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/clang.cmake -DPIXELBRIDGE_FUZZ=ON -DPIXELBRIDGE_TESTS=OFF
 
-.PHONY: all test demo bench deps sanitize fuzz fuzz-ci format format-check clean $(TREES) $(addprefix test-,$(TREES))
+.PHONY: all test demo bench dist deps sanitize fuzz fuzz-ci format format-check clean $(TREES) $(addprefix test-,$(TREES))
 
 all: native
 
@@ -49,7 +50,7 @@ deps-%:
 	fi'
 
 # Every tree's packages at once.
-deps: $(addprefix deps-,$(TREES) asan fuzz format)
+deps: $(addprefix deps-,$(TREES) asan fuzz format dist)
 
 build/%/CMakeCache.txt: | deps-%
 	cmake -S . -B build/$* -DCMAKE_BUILD_TYPE=RelWithDebInfo \
@@ -93,5 +94,11 @@ bench: native
 	mkdir -p build/bench
 	build/native/pixelbench --csv build/bench/pixelbench.csv --chart build/bench/pixelbench.png
 
+# The release: one archive per platform in dist/ from the trees `make test` built, with
+# SHA256SUMS, then their test (which makes them once more to compare).
+dist: deps-dist
+	release/dist.sh dist
+	sh tests/dist_test.sh dist
+
 clean:
-	rm -rf build
+	rm -rf build dist
