@@ -186,16 +186,6 @@ TEST(Kernels, EveryKernelMatchesThePlainRow) {
         }
 }
 
-// --simd and the tests hold every shape to any level from scalar up, at most the detected one.
-TEST(Kernels, HoldingReachesEveryLevelUpToTheDetectedOne) {
-  for (int level = 0; level <= static_cast<int>(SimdLevel::kWidest); ++level) {
-    HoldSimdLevel(level);
-    EXPECT_EQ(ActiveSimdLevel(), std::min(static_cast<SimdLevel>(level), DetectedSimdLevel())) << level;
-  }
-  HoldSimdLevel(-1);
-  EXPECT_EQ(ActiveSimdLevel(), DetectedSimdLevel());
-}
-
 #if defined(__i386__) || defined(__x86_64__)
 // CPUID answers: the vendor's name, leaf 1's signature (family and model) and the features.
 CpuidAnswers Answers(const char* vendor, uint32_t signature, const char* features, uint64_t xcr0 = 0xE7) {
@@ -226,33 +216,33 @@ TEST(Kernels, TheProcessorIsFoundAsTheCompilerFindsIt) {
   EXPECT_EQ(ThisProcessor().vendor == Vendor::kAMD, __builtin_cpu_is("amd"));
 }
 
-// The level of every shape (one digit each, in the order of Shape) on processors told by
-// their CPUID answers, and what calls of a few shapes run with.
+// Processors told by their CPUID answers: the family, model, row of the kernel table and
+// widest level found, every shape capped at that level; and what calls of a few shapes run with.
 TEST(Kernels, TheTableChoosesPerProcessor) {
   struct Case {
     const char* name;
     CpuidAnswers answers;
     int family, model;
     const char* row;  // of the kernel table
-    const char* levels;
+    SimdLevel level;
   };
   const char* const kZen = "AMD family 25 (Zen 3, Zen 4)";
   const char* const kAll = "ssse3 avx2 avx512 vbmi";
+  constexpr SimdLevel k0 = SimdLevel::kScalar, k1 = SimdLevel::kSSSE3, k2 = SimdLevel::kAVX2, k3 = SimdLevel::kAVX512;
   const Case cases[] = {
-      {"Zen 4", Answers("AuthenticAMD", 0xA10F11, kAll), 25, 17, kZen, "22222222333"},
-      {"Zen 3", Answers("AuthenticAMD", 0xA00F10, "ssse3 avx2"), 25, 1, kZen, "22222222222"},
-      {"Zen 4, ZMM state not saved", Answers("AuthenticAMD", 0xA10F11, kAll, 0x7), 25, 17, kZen, "22222222222"},
-      {"Zen 2", Answers("AuthenticAMD", 0x830F10, "ssse3 avx2"), 23, 49, "any other processor", "22222222222"},
-      {"Sapphire Rapids", Answers("GenuineIntel", 0x806F8, kAll), 6, 143, "Intel", "33333333333"},
-      {"Skylake-SP (no VBMI)", Answers("GenuineIntel", 0x50654, "ssse3 avx2 avx512"), 6, 85, "Intel", "22222222222"},
-      {"without SSSE3", Answers("GenuineIntel", 0x6F6, ""), 6, 15, "Intel", "00000000000"},
-      {"AVX state not saved", Answers("GenuineIntel", 0x806F8, "ssse3 avx2 no-osxsave"), 6, 143, "Intel",
-       "11111111111"},
-      {"no leaf 7", Answers("GenuineIntel", 0x6F6, "ssse3 avx2 no-leaf7"), 6, 15, "Intel", "11111111111"},
+      {"Zen 4", Answers("AuthenticAMD", 0xA10F11, kAll), 25, 17, kZen, k3},
+      {"Zen 3", Answers("AuthenticAMD", 0xA00F10, "ssse3 avx2"), 25, 1, kZen, k2},
+      {"Zen 4, ZMM state not saved", Answers("AuthenticAMD", 0xA10F11, kAll, 0x7), 25, 17, kZen, k2},
+      {"Zen 2", Answers("AuthenticAMD", 0x830F10, "ssse3 avx2"), 23, 49, "any other processor", k2},
+      {"Sapphire Rapids", Answers("GenuineIntel", 0x806F8, kAll), 6, 143, "Intel", k3},
+      {"Skylake-SP (no VBMI)", Answers("GenuineIntel", 0x50654, "ssse3 avx2 avx512"), 6, 85, "Intel", k2},
+      {"without SSSE3", Answers("GenuineIntel", 0x6F6, ""), 6, 15, "Intel", k0},
+      {"AVX state not saved", Answers("GenuineIntel", 0x806F8, "ssse3 avx2 no-osxsave"), 6, 143, "Intel", k1},
+      {"no leaf 7", Answers("GenuineIntel", 0x6F6, "ssse3 avx2 no-leaf7"), 6, 15, "Intel", k1},
       {"Ice Lake Mac, ZMM state on at first use",
-       Answers("GenuineIntel", 0x706E5, "ssse3 avx2 avx512 vbmi macos-avx512", 0x7), 6, 126, "Intel", "33333333333"},
+       Answers("GenuineIntel", 0x706E5, "ssse3 avx2 avx512 vbmi macos-avx512", 0x7), 6, 126, "Intel", k3},
       {"Mac, the system's no over CPUID's yes", Answers("GenuineIntel", 0x50657, "ssse3 avx2 avx512 vbmi macos"), 6, 85,
-       "Intel", "22222222222"},
+       "Intel", k2},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -260,10 +250,10 @@ TEST(Kernels, TheTableChoosesPerProcessor) {
     EXPECT_EQ(processor.family, c.family);
     EXPECT_EQ(processor.model, c.model);
     EXPECT_STREQ(ChoicesFor(processor).family, c.row);
+    EXPECT_EQ(processor.level, c.level);
     const KernelTable table = KernelTableFor(ChoicesFor(processor), processor.level, false);
-    std::string levels;
-    for (const ShapeChoice& shape : table.shapes) levels += static_cast<char>('0' + static_cast<int>(shape.level));
-    EXPECT_EQ(levels, c.levels);
+    for (int shape = 0; shape < kShapeCount; ++shape)
+      EXPECT_EQ(table.shapes[shape].level, std::min(ChoicesFor(processor).table.shapes[shape].level, c.level)) << shape;
     const KernelTable held = KernelTableFor(ChoicesFor(processor), SimdLevel::kSSSE3, true);
     for (const ShapeChoice& shape : held.shapes) EXPECT_EQ(shape.level, SimdLevel::kSSSE3);
   }
