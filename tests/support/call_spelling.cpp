@@ -6,6 +6,7 @@
 #include <set>
 #include <sstream>
 
+#include "host/host_function_list.h"
 #include "tests/support/method_calls.h"
 
 namespace pixeltest {
@@ -106,14 +107,29 @@ refhost::PictureSetup SetupOf(const std::string& spelling, refhost::HostKind hos
 
 namespace {
 
+// A name the host logs calls by: a misspelt one would count no calls and pass every "=0".
+const std::string& HostFunction(const std::string& name) {
+  static const std::set<std::string> names = [] {
+    std::set<std::string> listed = {"DrawPicture"};  // the method the host hands out for drawing
+#define PIXELTEST_LISTED(wrapper, lookup, result, parameters) listed.insert(lookup);
+    PIXELBRIDGE_DIRECT_HOST_FUNCTIONS(PIXELTEST_LISTED)
+    PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELTEST_LISTED)
+#undef PIXELTEST_LISTED
+    return listed;
+  }();
+  if (names.count(name) == 0) throw std::invalid_argument("no host function is called " + name);
+  return name;
+}
+
 Expected ParseExpected(const std::string& text) {
   Expected expected;
   const size_t bar = text.find(" | ");
   const std::string result = text.substr(0, bar);
   for (const std::string& item : Split(bar == std::string::npos ? "" : text.substr(bar + 3), ' ')) {
     const std::string name = item.substr(0, item.find('=')), value = item.substr(item.find('=') + 1);
-    if (name == "order") expected.order = Split(value, ',');
-    else expected.calls.push_back({name, Integer(value)});
+    if (name == "order")
+      for (const std::string& called : Split(value, ',')) expected.order.push_back(HostFunction(called));
+    else expected.calls.push_back({HostFunction(name), Integer(value)});
   }
   if (result.find(": ") != std::string::npos) {
     expected.kind = Expected::kRaised, expected.exception = result;

@@ -14,7 +14,15 @@
 
 #include "platform/cpu.h"
 
-#if PIXELTEST_LEAK_CHECK  // the sanitizer builds
+// Every AddressSanitizer build checks each host process for leaks.
+#if defined(__SANITIZE_ADDRESS__)
+#define PIXELTEST_LEAK_CHECK 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define PIXELTEST_LEAK_CHECK 1
+#endif
+#endif
+#if PIXELTEST_LEAK_CHECK
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -33,6 +41,21 @@ refhost::HostConfig ProbeConfig(refhost::HostKind kind) {
   return config;
 }
 
+namespace {
+
+// Failures reported in this test since it had `before` results: a host process reports its
+// own, not those its parent had before it started.
+bool FailedSince(int before) {
+  const testing::TestResult* result = testing::UnitTest::GetInstance()->current_test_info()->result();
+  for (int i = before; i < result->total_part_count(); ++i)
+    if (result->GetTestPartResult(i).failed()) return true;
+  return false;
+}
+
+int ResultsSoFar() { return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count(); }
+
+}  // namespace
+
 #if defined(_WIN32)
 // Windows has no fork: the test program runs again as the host process, told by
 // PIXELTEST_CHILD which of the current test's cases to run. It runs the test from its start,
@@ -46,9 +69,10 @@ void InChild(const std::function<void()>& body) {
   const int index = ++cases;
   if (const char* child = getenv("PIXELTEST_CHILD")) {
     if (atoi(child) != index) return;
+    const int before = ResultsSoFar();
     body();
     fflush(nullptr);
-    ExitProcess(::testing::Test::HasFailure() ? 1 : 0);
+    ExitProcess(FailedSince(before) ? 1 : 0);
   }
   char program[MAX_PATH];
   GetModuleFileNameA(nullptr, program, MAX_PATH);
@@ -67,13 +91,14 @@ void InChild(const std::function<void()>& body) {
   const pid_t child = fork();
   ASSERT_NE(child, -1) << "fork failed";
   if (child == 0) {
+    const int before = ResultsSoFar();
     body();
 #if PIXELTEST_LEAK_CHECK
     // The child leaves by _exit, which skips the sanitizer's leak check at exit.
     if (__lsan_do_recoverable_leak_check() != 0) ADD_FAILURE() << "the host process leaked memory (above)";
 #endif
     fflush(nullptr);
-    _exit(::testing::Test::HasFailure() ? 1 : 0);
+    _exit(FailedSince(before) ? 1 : 0);
   }
   int status = 0;
   ASSERT_EQ(waitpid(child, &status, 0), child);

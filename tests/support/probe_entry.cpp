@@ -24,8 +24,14 @@ int32_t gMilliseconds = 0;
 int gClockReads = 0;
 }  // namespace
 
-uint32_t PlatformTickCount() { return ++gClockReads, gTicks; }
-int32_t PlatformMilliseconds() { return ++gClockReads, gMilliseconds; }
+uint32_t PlatformTickCount() {
+  ++gClockReads;
+  return gTicks;
+}
+int32_t PlatformMilliseconds() {
+  ++gClockReads;
+  return gMilliseconds;
+}
 
 PROBE void PixelbridgeProbeSetClock(uint32_t ticks, int32_t milliseconds) {
   gTicks = ticks;
