@@ -1,9 +1,10 @@
 // What the reference host needs of the operating system, one file per system: loading the
-// plug-in as a host does, and pages that fault when touched.
+// plug-in as a host does, pages that fault when touched, and host processes of their own.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace refhost::os {
@@ -20,5 +21,18 @@ uint8_t* MapPages(size_t bytes);
 // The page at `page` faults on any access from now on.
 void ForbidPage(uint8_t* page);
 void UnmapPages(uint8_t* region, size_t bytes);
+
+// How a child process ended: its exit status, or how it died ("signal 11", "status
+// 0xc0000005"; empty when it exited).
+struct ProcessEnd {
+  int status = 0;
+  std::string died;
+};
+// Runs `body` in a child process and waits for it; `body`'s result is the child's exit status.
+// Where the system forks, the child is a copy of this process. Windows can't fork: this
+// program runs again with `arguments`, and the child's own call with the same `id` runs `body`
+// and leaves, while its calls with other ids do nothing. Exit statuses above 1 count as deaths
+// there, as an unhandled exception's is one.
+ProcessEnd RunChild(int id, const std::string& arguments, const std::function<int()>& body);
 
 }  // namespace refhost::os

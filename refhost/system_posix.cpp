@@ -1,12 +1,14 @@
-// The host's system layer on Linux and macOS: dlopen, mmap and mprotect.
+// The host's system layer on Linux and macOS: dlopen, mmap and mprotect, fork.
 #include <dlfcn.h>
 #include <sys/mman.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #if defined(__APPLE__)
 #include <mach-o/dyld.h>
 #endif
 
 #include <climits>
+#include <cstdio>
 
 #include "refhost/system.h"
 
@@ -42,5 +44,19 @@ uint8_t* MapPages(size_t bytes) {
 void ForbidPage(uint8_t* page) { mprotect(page, PageSize(), PROT_NONE); }
 
 void UnmapPages(uint8_t* region, size_t bytes) { munmap(region, bytes); }
+
+ProcessEnd RunChild(int, const std::string&, const std::function<int()>& body) {
+  fflush(nullptr);  // or the child would write what the parent had buffered once more
+  const pid_t child = fork();
+  if (child == 0) {
+    const int status = body();
+    fflush(nullptr);
+    _exit(status);  // no exit handlers: they belong to the parent
+  }
+  int status = 0;
+  if (child == -1 || waitpid(child, &status, 0) != child) return {-1, "fork or wait failed"};
+  if (WIFSIGNALED(status)) return {0, "signal " + std::to_string(WTERMSIG(status))};
+  return {WEXITSTATUS(status), ""};
+}
 
 }  // namespace refhost::os

@@ -1,6 +1,9 @@
 // The host's system layer on Windows: LoadLibraryW on the plug-in's full path, as hosts load
-// plug-ins, and VirtualAlloc and VirtualProtect.
+// plug-ins, VirtualAlloc and VirtualProtect, and child processes that run this program again.
 #include <windows.h>
+
+#include <cstdio>
+#include <cstdlib>
 
 #include "refhost/system.h"
 
@@ -44,5 +47,29 @@ void ForbidPage(uint8_t* page) {
 }
 
 void UnmapPages(uint8_t* region, size_t) { VirtualFree(region, 0, MEM_RELEASE); }
+
+// The child's id travels in this variable of its environment.
+constexpr const char* kChildVariable = "PIXELHOST_CHILD";
+
+ProcessEnd RunChild(int id, const std::string& arguments, const std::function<int()>& body) {
+  if (const char* child = getenv(kChildVariable)) {
+    if (atoi(child) != id) return {};
+    const int status = body();
+    fflush(nullptr);
+    ExitProcess(static_cast<UINT>(status));
+  }
+  char program[MAX_PATH];
+  GetModuleFileNameA(nullptr, program, MAX_PATH);
+  fflush(nullptr);
+  SetEnvironmentVariableA(kChildVariable, std::to_string(id).c_str());
+  const std::string command = "\"" + std::string(program) + "\" " + arguments;
+  unsigned status = static_cast<unsigned>(std::system(command.c_str()));
+  if (status == ~0u) status = static_cast<unsigned>(std::system(command.c_str()));  // never started (Wine, now and then)
+  SetEnvironmentVariableA(kChildVariable, nullptr);
+  if (status <= 1) return {static_cast<int>(status), ""};
+  char died[24];
+  snprintf(died, sizeof died, "status 0x%x", status);
+  return {static_cast<int>(status), died};
+}
 
 }  // namespace refhost::os

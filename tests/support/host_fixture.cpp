@@ -1,18 +1,10 @@
 // Child processes and hosts for the tests.
 #include "tests/support/host_fixture.h"
 
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <sys/wait.h>
-#include <unistd.h>
-#endif
-
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 
 #include "platform/cpu.h"
+#include "refhost/system.h"
 
 // Every AddressSanitizer build checks each host process for leaks.
 #if defined(__SANITIZE_ADDRESS__)
@@ -56,56 +48,30 @@ int ResultsSoFar() { return testing::UnitTest::GetInstance()->current_test_info(
 
 }  // namespace
 
-#if defined(_WIN32)
-// Windows has no fork: the test program runs again as the host process, told by
-// PIXELTEST_CHILD which of the current test's cases to run. It runs the test from its start,
-// passing over the other cases, and leaves after that one.
+// Each case of a test is a child of its own, numbered in the order the test reaches them (a
+// Windows child runs the test again from its start, passing over the other cases).
 void InChild(const std::function<void()>& body) {
   const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
   const std::string name = std::string(test->test_suite_name()) + "." + test->name();
   static std::string counted;
   static int cases = 0;
-  if (name != counted) counted = name, cases = 0;
-  const int index = ++cases;
-  if (const char* child = getenv("PIXELTEST_CHILD")) {
-    if (atoi(child) != index) return;
-    const int before = ResultsSoFar();
-    body();
-    fflush(nullptr);
-    ExitProcess(FailedSince(before) ? 1 : 0);
+  if (name != counted) {
+    counted = name;
+    cases = 0;
   }
-  char program[MAX_PATH];
-  GetModuleFileNameA(nullptr, program, MAX_PATH);
-  fflush(nullptr);
-  SetEnvironmentVariableA("PIXELTEST_CHILD", std::to_string(index).c_str());
-  const std::string command = "\"" + std::string(program) + "\" --gtest_filter=" + name;
-  unsigned status = std::system(command.c_str());
-  if (status == ~0u) status = std::system(command.c_str());  // the child never started (Wine, now and then)
-  SetEnvironmentVariableA("PIXELTEST_CHILD", nullptr);
-  if (status > 1) ADD_FAILURE() << "the host process died with status 0x" << std::hex << status;
-  else EXPECT_EQ(status, 0u) << "the host process reported failures (above)";
-}
-#else
-void InChild(const std::function<void()>& body) {
-  fflush(nullptr);
-  const pid_t child = fork();
-  ASSERT_NE(child, -1) << "fork failed";
-  if (child == 0) {
+  const int index = ++cases;
+  const refhost::os::ProcessEnd end = refhost::os::RunChild(index, "--gtest_filter=" + name, [&] {
     const int before = ResultsSoFar();
     body();
 #if PIXELTEST_LEAK_CHECK
-    // The child leaves by _exit, which skips the sanitizer's leak check at exit.
+    // The child leaves without exit handlers, so the sanitizer's own check at exit never runs.
     if (__lsan_do_recoverable_leak_check() != 0) ADD_FAILURE() << "the host process leaked memory (above)";
 #endif
-    fflush(nullptr);
-    _exit(FailedSince(before) ? 1 : 0);
-  }
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  if (WIFSIGNALED(status)) ADD_FAILURE() << "the host process died of signal " << WTERMSIG(status);
-  else EXPECT_EQ(WEXITSTATUS(status), 0) << "the host process reported failures (above)";
+    return FailedSince(before) ? 1 : 0;
+  });
+  if (!end.died.empty()) ADD_FAILURE() << "the host process of case " << index << " died: " << end.died;
+  else EXPECT_EQ(end.status, 0) << "the host process of case " << index << " reported failures (above)";
 }
-#endif
 
 void WithHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body, bool start) {
   refhost::Host host(config);
