@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "host/host_function_list.h"
 #include "plugin/registration.h"
 
 int32_t CurrentREALControlVersion = 0;
@@ -134,11 +135,15 @@ RecordWord* FixProperties(const REALproperty* list, intptr_t count) {
 extern "C" void REALPluginMain(HostResolver resolver) {
   gResolver = resolver;
   if (resolver == nullptr) return;
-  auto registerVersion = reinterpret_cast<void (*)(int32_t)>(resolver("RegisterPluginVersion"));
-  if (auto hostVersion = reinterpret_cast<double (*)()>(resolver("REALGetRBVersion"))) rbversion = hostVersion();
+    // The host functions asked for here, once each, typed as the host's list has them.
+#define PIXELBRIDGE_ASK(wrapper, lookup, result, parameters) \
+  const auto wrapper = reinterpret_cast<result(*) parameters>(resolver(lookup));
+  PIXELBRIDGE_DIRECT_HOST_FUNCTIONS(PIXELBRIDGE_ASK)
+#undef PIXELBRIDGE_ASK
+  if (REALGetRBVersion != nullptr) rbversion = REALGetRBVersion();
   CurrentREALControlVersion = ChooseControlVersion(rbversion);
   // A host without it can still take the records; it just isn't told their version.
-  if (registerVersion != nullptr) registerVersion(CurrentREALControlVersion);
+  if (RegisterPluginVersion != nullptr) RegisterPluginVersion(CurrentREALControlVersion);
   FixAllFlags();
   RegisterPictureClass();
   for (REALmethodDefinition& method : globalMethods) REALRegisterMethod(&method);

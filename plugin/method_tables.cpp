@@ -1,4 +1,5 @@
 // The static registration tables: 32 global methods and the extension of "Picture".
+#include "plugin/declaration_check.h"
 #include "plugin/registration.h"
 #include "to_memory/copy_methods.h"
 #include "to_picture/picture_methods.h"
@@ -13,159 +14,193 @@ template <typename Function>
 REALmethodDefinition Method(Function* function, const char* declaration) {
   return {reinterpret_cast<void*>(function), 0, declaration, kUnfixedMethodFlags, 0, 0};
 }
+
+template <bool kFits>
+constexpr const char* Checked(const char* declaration) {
+  static_assert(kFits, "a declaration disagrees with its function's name, parameters or result");
+  return declaration;
+}
 }  // namespace
 
+// A row: the function and the declaration the host reads, checked against each other.
+#define PIXELBRIDGE_ROW(function, declaration, receiver)                          \
+  Method(function, Checked<declaration_check::NameFits(#function, declaration) && \
+                           declaration_check::Fits(function, declaration, receiver)>(declaration))
+#define GLOBAL(function, declaration) PIXELBRIDGE_ROW(function, declaration, false)
+#define OF_PICTURE(function, declaration) PIXELBRIDGE_ROW(function, declaration, true)
+
 REALmethodDefinition globalMethods[kGlobalMethodCount] = {
-    Method(PtrARGBtoPictureQZVdest,
+    GLOBAL(PtrARGBtoPictureQZV_dest,
            "PtrARGBtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as "
            "integer) as picture"),
-    Method(PtrABGRtoPictureQZVdest,
+    GLOBAL(PtrABGRtoPictureQZV_dest,
            "PtrABGRtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as "
            "integer) as picture"),
-    Method(PtrBGRAtoPictureQZVdest,
+    GLOBAL(PtrBGRAtoPictureQZV_dest,
            "PtrBGRAtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as "
            "integer) as picture"),
-    Method(PtrRGBAtoPictureQZVdest,
+    GLOBAL(PtrRGBAtoPictureQZV_dest,
            "PtrRGBAtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as "
            "integer, FlipVertically as boolean=false) as picture"),
-    Method(PtrBGRtoPictureQZVdest,
+    GLOBAL(PtrBGRtoPictureQZV_dest,
            "PtrBGRtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer) "
            "as picture"),
-    Method(PtrRGBtoPictureQZVdest,
+    GLOBAL(PtrRGBtoPictureQZV_dest,
            "PtrRGBtoPictureQZV(dest as picture, source as Ptr, offset as integer, width as integer, height as integer) "
            "as picture"),
-    Method(PtrARGBtoPictureQZV,
+    GLOBAL(PtrARGBtoPictureQZV,
            "PtrARGBtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PtrABGRtoPictureQZV,
+    GLOBAL(PtrABGRtoPictureQZV,
            "PtrABGRtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PtrBGRAtoPictureQZV,
+    GLOBAL(PtrBGRAtoPictureQZV,
            "PtrBGRAtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PtrRGBAtoPictureQZV,
+    GLOBAL(PtrRGBAtoPictureQZV,
            "PtrRGBAtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, FlipVertically "
            "as boolean=false) as picture"),
-    Method(PtrBGRtoPictureQZV,
+    GLOBAL(PtrBGRtoPictureQZV,
            "PtrBGRtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PtrRGBtoPictureQZV,
+    GLOBAL(PtrRGBtoPictureQZV,
            "PtrRGBtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer) as picture"),
-    Method(PtrARGBtoPictureX,
+    GLOBAL(PtrARGBtoPictureQZV_littleEndian,
            "PtrARGBtoPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, LittleEndian as "
            "boolean) as picture"),
-    Method(PtrGrayToPictureQZV,
+    GLOBAL(PtrGrayToPictureQZV,
            "PtrGrayToPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, PixelByteSize "
            "as integer) as picture"),
-    Method(PtrGrayToPictureRGBQZV,
+    GLOBAL(PtrGrayToPictureQZV_tint,
            "PtrGrayToPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, PixelByteSize "
            "as integer, Red as integer, Blue as integer, Green as integer) as picture"),
-    Method(PtrGrayToPicturePalQZV,
+    GLOBAL(PtrGrayToPictureQZV_tables,
            "PtrGrayToPictureQZV(source as Ptr, offset as integer, width as integer, height as integer, PixelByteSize "
            "as integer, Red() as integer, Blue() as integer, Green() as integer) as picture"),
-    Method(MemoryblockARGBtoPictureQZVdest,
+    GLOBAL(MemoryblockARGBtoPictureQZV_dest,
            "MemoryblockARGBtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, "
            "height as integer) as picture"),
-    Method(MemoryblockABGRtoPictureQZVdest,
+    GLOBAL(MemoryblockABGRtoPictureQZV_dest,
            "MemoryblockABGRtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, "
            "height as integer) as picture"),
-    Method(MemoryblockBGRAtoPictureQZVdest,
+    GLOBAL(MemoryblockBGRAtoPictureQZV_dest,
            "MemoryblockBGRAtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, "
            "height as integer) as picture"),
-    Method(MemoryblockRGBAtoPictureQZVdest,
+    GLOBAL(MemoryblockRGBAtoPictureQZV_dest,
            "MemoryblockRGBAtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, "
            "height as integer, FlipVertically as boolean=false) as picture"),
-    Method(MemoryblockBGRtoPictureQZVdest,
+    GLOBAL(MemoryblockBGRtoPictureQZV_dest,
            "MemoryblockBGRtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, "
            "height as integer) as picture"),
-    Method(MemoryblockRGBtoPictureQZVdest,
+    GLOBAL(MemoryblockRGBtoPictureQZV_dest,
            "MemoryblockRGBtoPictureQZV(dest as picture, source as memoryblock, offset as integer, width as integer, "
            "height as integer) as picture"),
-    Method(MemoryblockARGBtoPictureQZV,
+    GLOBAL(MemoryblockARGBtoPictureQZV,
            "MemoryblockARGBtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) "
            "as picture"),
-    Method(MemoryblockABGRtoPictureQZV,
+    GLOBAL(MemoryblockABGRtoPictureQZV,
            "MemoryblockABGRtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) "
            "as picture"),
-    Method(MemoryblockBGRAtoPictureQZV,
+    GLOBAL(MemoryblockBGRAtoPictureQZV,
            "MemoryblockBGRAtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) "
            "as picture"),
-    Method(MemoryblockRGBAtoPictureQZV,
+    GLOBAL(MemoryblockRGBAtoPictureQZV,
            "MemoryblockRGBAtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, "
            "FlipVertically as boolean=false) as picture"),
-    Method(MemoryblockBGRtoPictureQZV,
+    GLOBAL(MemoryblockBGRtoPictureQZV,
            "MemoryblockBGRtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) "
            "as picture"),
-    Method(MemoryblockRGBtoPictureQZV,
+    GLOBAL(MemoryblockRGBtoPictureQZV,
            "MemoryblockRGBtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer) "
            "as picture"),
-    Method(MemoryblockARGBtoPictureX,
+    GLOBAL(MemoryblockARGBtoPictureQZV_littleEndian,
            "MemoryblockARGBtoPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, "
            "LittleEndian as boolean) as picture"),
-    Method(MemoryblockGrayToPictureQZV,
+    GLOBAL(MemoryblockGrayToPictureQZV,
            "MemoryblockGrayToPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, "
            "PixelByteSize as integer) as picture"),
-    Method(MemoryblockGrayToPictureRGBQZV,
+    GLOBAL(MemoryblockGrayToPictureQZV_tint,
            "MemoryblockGrayToPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, "
            "PixelByteSize as integer, Red as integer, Blue as integer, Green as integer) as picture"),
-    Method(MemoryblockGrayToPicturePalQZV,
+    GLOBAL(MemoryblockGrayToPictureQZV_tables,
            "MemoryblockGrayToPictureQZV(source as memoryblock, offset as integer, width as integer, height as integer, "
            "PixelByteSize as integer, Red() as integer, Blue() as integer, Green() as integer) as picture"),
 };
 
 REALmethodDefinition pictureMethods[kPictureMethodCount] = {
-    Method(CopyRGBtoMemoryblockQZV,
-           "CopyRGBtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine "
-           "as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyBGRtoMemoryblockQZV,
-           "CopyBGRtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine "
-           "as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyARGBtoMemoryblockQZV,
-           "CopyARGBtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine "
-           "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyABGRtoMemoryblockQZV,
-           "CopyABGRtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine "
-           "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyRGBAtoMemoryblockQZV,
-           "CopyRGBAtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine "
-           "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyBGRAtoMemoryblockQZV,
-           "CopyBGRAtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine "
-           "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyMRGBtoMemoryblockQZV,
-           "CopyARGBtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine "
-           "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyMBGRtoMemoryblockQZV,
-           "CopyABGRtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine "
-           "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyRGBMtoMemoryblockQZV,
-           "CopyRGBAtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine "
-           "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyBGRMtoMemoryblockQZV,
-           "CopyBGRAtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine "
-           "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyXRGBtoMemoryblockQZV,
-           "CopyXRGBtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine "
-           "as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyXBGRtoMemoryblockQZV,
-           "CopyXBGRtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine "
-           "as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyRGBXtoMemoryblockQZV,
-           "CopyRGBXtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine "
-           "as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyBGRXtoMemoryblockQZV,
-           "CopyBGRXtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine "
-           "as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyARGBtoMemoryblockX,
-           "CopyARGBtoMemoryblockQZV(destination as memoryblock, offset as integer, LittleEndian as boolean, "
-           "AlphaValue as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, "
-           "DestRowBytes as integer = 0) as boolean"),
-    Method(CopyRtoMemoryblockQZV,
-           "CopyRtoMemoryblockQZV(destination as memoryblock, offset as integer, PixelByteSize as integer, StartLine "
-           "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyGtoMemoryblockQZV,
-           "CopyGtoMemoryblockQZV(destination as memoryblock, offset as integer, PixelByteSize as integer, StartLine "
-           "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
-    Method(CopyBtoMemoryblockQZV,
-           "CopyBtoMemoryblockQZV(destination as memoryblock, offset as integer, PixelByteSize as integer, StartLine "
-           "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyRGBtoMemoryblockQZV,
+        "CopyRGBtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine "
+        "as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyBGRtoMemoryblockQZV,
+        "CopyBGRtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine "
+        "as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyARGBtoMemoryblockQZV,
+        "CopyARGBtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine "
+        "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyABGRtoMemoryblockQZV,
+        "CopyABGRtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine "
+        "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyRGBAtoMemoryblockQZV,
+        "CopyRGBAtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine "
+        "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyBGRAtoMemoryblockQZV,
+        "CopyBGRAtoMemoryblockQZV(destination as memoryblock, offset as integer, AlphaValue as integer, StartLine "
+        "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyARGBtoMemoryblockQZV_mask,
+        "CopyARGBtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine "
+        "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyABGRtoMemoryblockQZV_mask,
+        "CopyABGRtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine "
+        "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyRGBAtoMemoryblockQZV_mask,
+        "CopyRGBAtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine "
+        "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyBGRAtoMemoryblockQZV_mask,
+        "CopyBGRAtoMemoryblockQZV(destination as memoryblock, offset as integer, MaskForAlpha as picture, StartLine "
+        "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyXRGBtoMemoryblockQZV,
+        "CopyXRGBtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine "
+        "as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyXBGRtoMemoryblockQZV,
+        "CopyXBGRtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine "
+        "as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyRGBXtoMemoryblockQZV,
+        "CopyRGBXtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine "
+        "as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyBGRXtoMemoryblockQZV,
+        "CopyBGRXtoMemoryblockQZV(destination as memoryblock, offset as integer, StartLine as integer = 0, EndLine "
+        "as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(CopyARGBtoMemoryblockQZV_littleEndian,
+               "CopyARGBtoMemoryblockQZV(destination as memoryblock, offset as integer, LittleEndian as boolean, "
+               "AlphaValue as integer, StartLine as integer = 0, EndLine as Integer = -1, Yield as integer = 0, "
+               "DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyRtoMemoryblockQZV,
+        "CopyRtoMemoryblockQZV(destination as memoryblock, offset as integer, PixelByteSize as integer, StartLine "
+        "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyGtoMemoryblockQZV,
+        "CopyGtoMemoryblockQZV(destination as memoryblock, offset as integer, PixelByteSize as integer, StartLine "
+        "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
+    OF_PICTURE(
+        CopyBtoMemoryblockQZV,
+        "CopyBtoMemoryblockQZV(destination as memoryblock, offset as integer, PixelByteSize as integer, StartLine "
+        "as integer = 0, EndLine as Integer = -1, Yield as integer = 0, DestRowBytes as integer = 0) as boolean"),
 };
+
+#undef GLOBAL
+#undef OF_PICTURE
+#undef PIXELBRIDGE_ROW
 
 REALclassDefinition pictureClass = {
     12,         // version, set to the control version at entry

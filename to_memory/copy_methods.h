@@ -52,10 +52,10 @@ inline constexpr auto CopyARGBtoMemoryblockQZV = &copy_methods::WithAlpha<kARGB>
 inline constexpr auto CopyABGRtoMemoryblockQZV = &copy_methods::WithAlpha<kABGR>;
 inline constexpr auto CopyRGBAtoMemoryblockQZV = &copy_methods::WithAlpha<kRGBA>;
 inline constexpr auto CopyBGRAtoMemoryblockQZV = &copy_methods::WithAlpha<kBGRA>;
-inline constexpr auto CopyMRGBtoMemoryblockQZV = &copy_methods::WithMask<kARGB>;
-inline constexpr auto CopyMBGRtoMemoryblockQZV = &copy_methods::WithMask<kABGR>;
-inline constexpr auto CopyRGBMtoMemoryblockQZV = &copy_methods::WithMask<kRGBA>;
-inline constexpr auto CopyBGRMtoMemoryblockQZV = &copy_methods::WithMask<kBGRA, true>;
+inline constexpr auto CopyARGBtoMemoryblockQZV_mask = &copy_methods::WithMask<kARGB>;
+inline constexpr auto CopyABGRtoMemoryblockQZV_mask = &copy_methods::WithMask<kABGR>;
+inline constexpr auto CopyRGBAtoMemoryblockQZV_mask = &copy_methods::WithMask<kRGBA>;
+inline constexpr auto CopyBGRAtoMemoryblockQZV_mask = &copy_methods::WithMask<kBGRA, true>;
 inline constexpr auto CopyRGBtoMemoryblockQZV = &copy_methods::WithoutAlpha<kRGB>;
 inline constexpr auto CopyBGRtoMemoryblockQZV = &copy_methods::WithoutAlpha<kBGR>;
 inline constexpr auto CopyXRGBtoMemoryblockQZV = &copy_methods::WithoutAlpha<kXRGB>;
@@ -69,6 +69,6 @@ inline constexpr auto CopyBtoMemoryblockQZV = &copy_methods::Channel<kB>;
 
 // The LittleEndian overload of CopyARGBtoMemoryblockQZV: B,G,R,A or A,R,G,B for an alpha
 // of 0 to 255, the same layouts with the alpha byte left alone otherwise.
-bool CopyARGBtoMemoryblockX(REALpictureStruct* picture, REALmemoryBlockStruct* destination, int32_t offset,
-                            signed char littleEndian, int32_t alphaValue, int32_t startLine, int32_t endLine,
-                            int32_t yield, int32_t destRowBytes);
+bool CopyARGBtoMemoryblockQZV_littleEndian(REALpictureStruct* picture, REALmemoryBlockStruct* destination,
+                                           int32_t offset, signed char littleEndian, int32_t alphaValue,
+                                           int32_t startLine, int32_t endLine, int32_t yield, int32_t destRowBytes);
