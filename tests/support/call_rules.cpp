@@ -1,5 +1,6 @@
 // A call run and checked: the rules every call keeps, and what its line says it must give.
 #include <algorithm>
+#include <iterator>
 
 #include "tests/support/method_calls.h"
 
@@ -33,6 +34,12 @@ std::vector<refhost::Rgba> PixelsOf(const refhost::Picture* picture) {
   for (int32_t y = 0; picture != nullptr && y < picture->height(); ++y)
     for (int32_t x = 0; x < picture->width(); ++x) pixels.push_back(picture->GetPixel(x, y));
   return pixels;
+}
+
+std::string Joined(const std::vector<std::string>& names) {
+  std::string list;
+  for (const std::string& name : names) list += (list.empty() ? "" : ",") + name;
+  return list;
 }
 
 // Host functions that nothing may call before an exception (but a copy opens its picture
@@ -104,9 +111,15 @@ CallOutcome RunCall(refhost::Host& host, const MethodCall& call) {
     for (const auto& [name, count] : expected.calls)
       rule(host.CallCount(name) - callsBefore[name] == count, name + " called otherwise");
     if (!expected.order.empty()) {
+      // The host's kind is asked for at every open until a lock settles it: those lookups
+      // belong to where the line stands, not to the call, unless the line names them.
+      const bool kindNamed = std::count(expected.order.begin(), expected.order.end(), "pluginObjectType") > 0;
       const std::vector<std::string> names = host.CallNames();
-      rule(std::vector<std::string>(names.begin() + logged, names.end()) == expected.order,
-           "host functions called in another order");
+      std::vector<std::string> called;
+      std::copy_if(names.begin() + logged, names.end(), std::back_inserter(called),
+                   [&](const std::string& name) { return kindNamed || name != "pluginObjectType"; });
+      rule(called == expected.order,
+           "host functions called in another order: " + Joined(called) + " instead of " + Joined(expected.order));
     }
     for (const char* name : kNotBeforeARaise)
       rule(expected.kind != Expected::kRaised || host.CallCount(name) == callsBefore[name] ||
