@@ -54,7 +54,7 @@ void CopyRows(REALpictureStruct* picture, REALpictureStruct* copy) {
       source->pixels == nullptr && target->pixels == nullptr && source->tpixels != nullptr &&
       target->tpixels != nullptr && source->sy > 0) {
     for (int32_t y = 0; y < source->sy; ++y)
-      memcpy(target->tpixels[y], source->tpixels[y], static_cast<size_t>(source->sx) * 4);
+      memcpy(target->tpixels[y], source->tpixels[y], static_cast<size_t>(source->sx) * kPictureBytesPerPixel);
   }
   REALUnlockPictureDescription(copy);
   REALUnlockPictureDescription(picture);
@@ -98,7 +98,7 @@ bool PictureEditor::OpenBitmapContext(REALpictureStruct* picture) {
   const size_t width = CGBitmapContextGetWidth(context);
   const size_t height = CGBitmapContextGetHeight(context);
   const size_t bytesPerRow = CGBitmapContextGetBytesPerRow(context);
-  const int32_t format = static_cast<int32_t>(CGBitmapContextGetAlphaInfo(context) & 7);
+  const int32_t format = FormatCodeOf(CGBitmapContextGetAlphaInfo(context));
   // With an alpha channel only premultiplied pixels are read as they are; without one,
   // every 32-bit layout of colour and filler is.
   const bool accepted = HasAlphaChannel ? (format == kFormatPremultipliedLast || format == kFormatPremultipliedFirst)
@@ -124,7 +124,7 @@ bool PictureEditor::OpenTrueColor(REALpictureStruct* picture) {
   PixelFormat = kFormatRowTable;
   Width = Description.width;
   Height = Description.height;
-  RowBytes = Description.width * 4;
+  RowBytes = Description.width * kPictureBytesPerPixel;
   RowTable = image->tpixels;
   BaseAddress = Height > 0 ? reinterpret_cast<uint8_t*>(RowTable[0]) : nullptr;
   CurrentRow = BaseAddress;
@@ -153,7 +153,7 @@ void PictureEditor::Hold(REALpictureStruct* picture) {
   REALLockObject(AsObject(picture));
   Picture = picture;
   DescriptionLocked = true;
-  BytesPerPixel = 4;
+  BytesPerPixel = kPictureBytesPerPixel;
   Column = 0;
   RowIndex = 0;
 }

@@ -5,55 +5,7 @@
 #include <cstdint>
 
 #include "host/host_types.h"
-
-// Pixel format codes of an open editor. 1 to 6 are the bitmap context's alpha info; 8 is
-// a true-colour image reached through its row table.
-enum PixelFormatCode : int32_t {
-  kFormatPremultipliedLast = 1,   // R, G, B, A (premultiplied)
-  kFormatPremultipliedFirst = 2,  // A, R, G, B (premultiplied)
-  kFormatAlphaLast = 3,           // R, G, B, A
-  kFormatAlphaFirst = 4,          // A, R, G, B
-  kFormatSkipLast = 5,            // R, G, B, filler
-  kFormatSkipFirst = 6,           // filler, R, G, B
-  kFormatRowTable = 8,            // B, G, R, alpha (0 opaque), rows through RowTable
-};
-
-// The three families the conversion loops are written for.
-enum class FormatGroup { kAlphaLast, kAlphaFirst, kRowTable, kNone };
-
-inline FormatGroup GroupOf(int32_t format) {
-  switch (format) {
-    case 1:
-    case 3:
-    case 5:
-      return FormatGroup::kAlphaLast;
-    case 2:
-    case 4:
-    case 6:
-      return FormatGroup::kAlphaFirst;
-    case 8:
-      return FormatGroup::kRowTable;
-    default:
-      return FormatGroup::kNone;
-  }
-}
-
-// Where red, green and blue sit in a pixel of each group, and the fourth byte: alpha or a
-// filler, and what it holds in an opaque pixel.
-struct PixelBytes {
-  int8_t red, green, blue, fourth;
-  uint8_t opaque;
-};
-inline PixelBytes PixelBytesOf(FormatGroup group) {
-  switch (group) {
-    case FormatGroup::kAlphaFirst:  // A, R, G, B
-      return {1, 2, 3, 0, 0xFF};
-    case FormatGroup::kRowTable:  // B, G, R, alpha (0 is opaque there)
-      return {2, 1, 0, 3, 0};
-    default:  // R, G, B, A
-      return {0, 1, 2, 3, 0xFF};
-  }
-}
+#include "pixels/pixel_format.h"
 
 class PictureEditor {
  public:

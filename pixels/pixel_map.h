@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "pixels/pixel_format.h"
+
 // Output pixel x starts outputStride × x bytes into the row and is made from the input pixel
 // inputStride × x bytes in, of which only the first inputBytes are sure to be there (a gray
 // sample's first byte; the last sample's others may lie past the source). Its bytes 0 to 3
@@ -14,9 +16,10 @@
 // alone.
 struct PixelMap {
   static constexpr int8_t kNone = -1;
-  int32_t inputStride = 4;   // 4, 3 for packed pixels, any for gray samples
-  int32_t outputStride = 4;  // 4, 3 for packed pixels, any for a channel
-  int8_t inputBytes = 4;     // 4, 3, or 1 for gray samples
+  // A picture's pixels unless set otherwise.
+  int32_t inputStride = kPictureBytesPerPixel;   // 4, 3 for packed pixels, any for gray samples
+  int32_t outputStride = kPictureBytesPerPixel;  // 4, 3 for packed pixels, any for a channel
+  int8_t inputBytes = kPictureBytesPerPixel;     // 4, 3, or 1 for gray samples
   int8_t from[4] = {kNone, kNone, kNone, kNone};
   uint8_t fill[4] = {};  // alpha, an opaque filler
   uint8_t keep[4] = {};  // 0xFF where the destination's byte stays as it was

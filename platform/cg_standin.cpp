@@ -13,10 +13,6 @@ struct CGContext {
   uint32_t bitmapInfo;
 };
 
-namespace {
-constexpr uint32_t kAlphaInfoMask = 0x1F;
-}
-
 extern "C" {
 CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent, size_t bytesPerRow,
                                    CGColorSpaceRef /*space*/, uint32_t bitmapInfo) {
@@ -30,7 +26,7 @@ void* CGBitmapContextGetData(CGContextRef context) { return context ? context->d
 
 size_t CGBitmapContextGetBitsPerPixel(CGContextRef context) {
   if (context == nullptr) return 0;
-  const bool noAlpha = (context->bitmapInfo & kAlphaInfoMask) == kCGImageAlphaNone;
+  const bool noAlpha = (context->bitmapInfo & kCGBitmapAlphaInfoMask) == kCGImageAlphaNone;
   return context->bitsPerComponent * (noAlpha ? 3 : 4);
 }
 
@@ -38,6 +34,6 @@ size_t CGBitmapContextGetWidth(CGContextRef context) { return context ? context-
 size_t CGBitmapContextGetHeight(CGContextRef context) { return context ? context->height : 0; }
 size_t CGBitmapContextGetBytesPerRow(CGContextRef context) { return context ? context->bytesPerRow : 0; }
 uint32_t CGBitmapContextGetAlphaInfo(CGContextRef context) {
-  return context ? context->bitmapInfo & kAlphaInfoMask : 0;
+  return context ? context->bitmapInfo & kCGBitmapAlphaInfoMask : 0;
 }
 }

@@ -19,7 +19,8 @@ extern "C" {
 typedef struct CGContext* CGContextRef;
 typedef struct CGColorSpace* CGColorSpaceRef;  // may be null; ignored by the stand-in
 
-// Alpha info values (bitmapInfo & 0x1F).
+// Alpha info values: bitmapInfo's bits under kCGBitmapAlphaInfoMask.
+enum : uint32_t { kCGBitmapAlphaInfoMask = 0x1F };
 enum : uint32_t {
   kCGImageAlphaNone = 0,
   kCGImageAlphaPremultipliedLast = 1,

@@ -7,6 +7,7 @@
 #include "host/host_functions.h"
 #include "host/memory_blocks.h"
 #include "host/yield.h"
+#include "pixels/picture_editor.h"
 #include "pixels/row_converter.h"
 
 namespace {
@@ -85,7 +86,7 @@ bool CopyPictureLines(const CopyRequest& request) {
   // Lines that follow one another in the picture, the mask and the block are one long row
   // (not when a taller mask takes the picture's rows past its end, where they rest on row 0).
   const auto gapless = [](const PictureEditor& editor) {
-    return editor.PixelFormat != kFormatRowTable && editor.RowBytes == int64_t{editor.Width} * 4;
+    return editor.PixelFormat != kFormatRowTable && editor.RowBytes == int64_t{editor.Width} * kPictureBytesPerPixel;
   };
   const bool maskAlongside =
       !request.withMask || (gapless(mask) && mask.Width == source.Width && lines.last < source.Height);

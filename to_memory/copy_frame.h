@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "host/host_types.h"
 #include "to_memory/copy_layouts.h"
 
 struct CopyRequest {

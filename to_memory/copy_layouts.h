@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "pixels/picture_editor.h"
+#include "pixels/pixel_format.h"
 #include "pixels/pixel_map.h"
 
 // What one byte of a written pixel holds.

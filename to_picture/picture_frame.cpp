@@ -4,6 +4,7 @@
 #include "host/exceptions.h"
 #include "host/host_functions.h"
 #include "host/memory_blocks.h"
+#include "pixels/picture_editor.h"
 #include "pixels/row_converter.h"
 
 bool CheckPictureArguments(const PictureSource& source, int32_t offset, int32_t width, int32_t height) {
@@ -42,7 +43,7 @@ REALpictureStruct* WritePictureRows(REALpictureStruct* destination, int32_t widt
   const RowConverter convert(map, ActiveKernelTable(), BytesMoved(map, total));
   // Rows that follow one another in the source and in the picture are one long row.
   if (writer.PixelFormat != kFormatRowTable && rowStep == int64_t{width} * layout.stride &&
-      writer.RowBytes == int64_t{width} * 4 && total <= INT32_MAX) {
+      writer.RowBytes == int64_t{width} * kPictureBytesPerPixel && total <= INT32_MAX) {
     convert(firstRow, nullptr, writer.CurrentRow, static_cast<int32_t>(total));
     return writer.RenderPictureWriter();
   }

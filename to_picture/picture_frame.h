@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "host/host_types.h"
 #include "to_picture/source_layouts.h"
 
 // A source of pixels: a memory block (whose size the host may tell) or a raw address.

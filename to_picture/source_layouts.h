@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "pixels/picture_editor.h"
+#include "pixels/pixel_format.h"
 #include "pixels/pixel_map.h"
 
 // Where red, green and blue sit in a source pixel of `bytes` bytes, `stride` bytes from the

@@ -1,0 +1,59 @@
+// The pixels of an open picture: every one 32 bits, in one of the formats below, which the
+// conversion code knows by three groups. Free of the host, like the conversions that use it.
+#pragma once
+
+#include <cstdint>
+
+// Every picture pixel is four bytes.
+constexpr int32_t kPictureBytesPerPixel = 4;
+
+// Pixel format codes. 1 to 6 are a bitmap context's alpha info (its low three bits, as
+// FormatCodeOf takes them); 8 is a true-colour image reached through its row table.
+enum PixelFormatCode : int32_t {
+  kFormatPremultipliedLast = 1,   // R, G, B, A (premultiplied)
+  kFormatPremultipliedFirst = 2,  // A, R, G, B (premultiplied)
+  kFormatAlphaLast = 3,           // R, G, B, A
+  kFormatAlphaFirst = 4,          // A, R, G, B
+  kFormatSkipLast = 5,            // R, G, B, filler
+  kFormatSkipFirst = 6,           // filler, R, G, B
+  kFormatRowTable = 8,            // B, G, R, alpha (0 opaque), rows through a row table
+};
+
+constexpr int32_t FormatCodeOf(uint32_t alphaInfo) { return static_cast<int32_t>(alphaInfo & 7); }
+
+// The three groups the conversion loops are written for: where alpha (or the filler) sits.
+enum class FormatGroup { kAlphaLast, kAlphaFirst, kRowTable, kNone };
+
+constexpr FormatGroup GroupOf(int32_t format) {
+  switch (format) {
+    case kFormatPremultipliedLast:
+    case kFormatAlphaLast:
+    case kFormatSkipLast:
+      return FormatGroup::kAlphaLast;
+    case kFormatPremultipliedFirst:
+    case kFormatAlphaFirst:
+    case kFormatSkipFirst:
+      return FormatGroup::kAlphaFirst;
+    case kFormatRowTable:
+      return FormatGroup::kRowTable;
+    default:
+      return FormatGroup::kNone;
+  }
+}
+
+// Where red, green and blue sit in a pixel of each group, and the fourth byte: alpha or a
+// filler, and what it holds in an opaque pixel.
+struct PixelBytes {
+  int8_t red, green, blue, fourth;
+  uint8_t opaque;
+};
+constexpr PixelBytes PixelBytesOf(FormatGroup group) {
+  switch (group) {
+    case FormatGroup::kAlphaFirst:  // A, R, G, B
+      return {1, 2, 3, 0, 0xFF};
+    case FormatGroup::kRowTable:  // B, G, R, alpha (0 is opaque there)
+      return {2, 1, 0, 3, 0};
+    default:  // R, G, B, A
+      return {0, 1, 2, 3, 0xFF};
+  }
+}
