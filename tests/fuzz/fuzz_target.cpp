@@ -75,7 +75,7 @@ std::string DecodeHost(FuzzedDataProvider& input) {
 }
 
 // Objects of the program, each with the one reference the program holds (the host frees
-// them with itself), and each described for reports.
+// them with itself), and each described for reports; new pictures that calls return join them.
 struct ProgramObjects {
   std::vector<refhost::Object*> pictures, blocks, arrays;  // blocks end at a guard page
   std::map<refhost::Object*, std::string> described;
@@ -139,7 +139,7 @@ int32_t DecodeInteger(FuzzedDataProvider& input) {
 // Calls of the registered methods until the input runs out or one breaks a rule.
 class CallRunner {
  public:
-  CallRunner(refhost::Host& host, FuzzedDataProvider& input, const ProgramObjects& objects, bool echo)
+  CallRunner(refhost::Host& host, FuzzedDataProvider& input, ProgramObjects& objects, bool echo)
       : host_(host), input_(input), objects_(objects), echo_(echo) {
     static const std::unordered_map<std::string, int> numbers = [] {
       std::unordered_map<std::string, int> byDeclaration;
@@ -218,7 +218,10 @@ class CallRunner {
       const auto now = input_.ConsumeIntegral<uint32_t>();
       setClock_(now, static_cast<int32_t>(now));
     }
-    call.spare = true, call.keepPixels = false;
+    call.spare = true;
+    call.keepPixels = false;
+    // A picture made during a yield belongs to the yielding call's account: only the others are kept.
+    call.keepReturned = !nested;
     call.shared = !nested && pending_ > 0;
     const char* prefix = nested ? "  during a yield: " : "";
     if (echo_) fprintf(stderr, "%s%s\n", prefix, Describe(call).c_str());
@@ -228,6 +231,11 @@ class CallRunner {
       const pixeltest::CallOutcome outcome = pixeltest::RunCall(host_, call);
       for (const auto* rules : {&outcome.broken, &outcome.result.problems})
         for (const std::string& rule : *rules) broken_ += (broken_.empty() ? "" : "; ") + rule;
+      if (outcome.kept != nullptr) {
+        objects_.pictures.push_back(outcome.kept);
+        objects_.described[outcome.kept] =
+            "picture #" + std::to_string(outcome.kept->id()) + " made by " + std::to_string(number);
+      }
       if (echo_)
         fprintf(stderr, "%s  -> %s%s\n", prefix,
                 outcome.result.called ? (outcome.failed ? "failed" : "done") : outcome.result.error.c_str(),
@@ -239,7 +247,7 @@ class CallRunner {
 
   refhost::Host& host_;
   FuzzedDataProvider& input_;
-  const ProgramObjects& objects_;
+  ProgramObjects& objects_;
   bool echo_;
   std::vector<std::pair<int, const refhost::RegisteredMethod*>> registered_;
   void (*setClock_)(uint32_t,
@@ -264,7 +272,7 @@ std::string RunInput(const uint8_t* data, size_t size, bool echo) {
       fprintf(stderr, "pixelbridge_fuzz: %s\n", error.c_str());
       abort();
     }
-    const ProgramObjects objects = DecodeObjects(input, host);
+    ProgramObjects objects = DecodeObjects(input, host);
     broken = CallRunner(host, input, objects, echo).Run();
   }
   gReset();  // and gives back what the entry point allocated, within the input

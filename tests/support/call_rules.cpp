@@ -1,6 +1,5 @@
 // A call run and checked: the rules every call keeps, and what its line says it must give.
 #include <algorithm>
-#include <iterator>
 
 #include "tests/support/method_calls.h"
 
@@ -34,12 +33,6 @@ std::vector<refhost::Rgba> PixelsOf(const refhost::Picture* picture) {
   for (int32_t y = 0; picture != nullptr && y < picture->height(); ++y)
     for (int32_t x = 0; x < picture->width(); ++x) pixels.push_back(picture->GetPixel(x, y));
   return pixels;
-}
-
-std::string Joined(const std::vector<std::string>& names) {
-  std::string list;
-  for (const std::string& name : names) list += (list.empty() ? "" : ",") + name;
-  return list;
 }
 
 // Host functions that nothing may call before an exception (but a copy opens its picture
@@ -113,13 +106,13 @@ CallOutcome RunCall(refhost::Host& host, const MethodCall& call) {
     if (!expected.order.empty()) {
       // The host's kind is asked for at every open until a lock settles it: those lookups
       // belong to where the line stands, not to the call, unless the line names them.
-      const bool kindNamed = std::count(expected.order.begin(), expected.order.end(), "pluginObjectType") > 0;
+      const bool kindNamed = ("," + expected.order + ",").find(",pluginObjectType,") != std::string::npos;
       const std::vector<std::string> names = host.CallNames();
-      std::vector<std::string> called;
-      std::copy_if(names.begin() + logged, names.end(), std::back_inserter(called),
-                   [&](const std::string& name) { return kindNamed || name != "pluginObjectType"; });
+      std::string called;
+      for (size_t i = logged; i < names.size(); ++i)
+        if (kindNamed || names[i] != "pluginObjectType") called += (called.empty() ? "" : ",") + names[i];
       rule(called == expected.order,
-           "host functions called in another order: " + Joined(called) + " instead of " + Joined(expected.order));
+           "host functions called in another order: " + called + " instead of " + expected.order);
     }
     for (const char* name : kNotBeforeARaise)
       rule(expected.kind != Expected::kRaised || host.CallCount(name) == callsBefore[name] ||
@@ -147,7 +140,8 @@ CallOutcome RunCall(refhost::Host& host, const MethodCall& call) {
     const std::string wrong = firstWrongPixel();
     rule(wrong.empty(), wrong + " differs");
   }
-  if (returned != nullptr) host.Release(returned);
+  if (call.keepReturned && returned != nullptr && !given && returned != objects.dest) outcome.kept = returned;
+  else if (returned != nullptr) host.Release(returned);
   for (refhost::Object* object : objects.made) host.Release(object);
   return outcome;
 }

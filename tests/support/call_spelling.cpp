@@ -128,7 +128,8 @@ Expected ParseExpected(const std::string& text) {
   for (const std::string& item : Split(bar == std::string::npos ? "" : text.substr(bar + 3), ' ')) {
     const std::string name = item.substr(0, item.find('=')), value = item.substr(item.find('=') + 1);
     if (name == "order")
-      for (const std::string& called : Split(value, ',')) expected.order.push_back(HostFunction(called));
+      for (const std::string& called : Split(value, ','))
+        expected.order += (expected.order.empty() ? "" : ",") + HostFunction(called);
     else expected.calls.push_back({HostFunction(name), Integer(value)});
   }
   if (result.find(": ") != std::string::npos) {

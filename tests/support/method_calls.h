@@ -33,9 +33,10 @@ struct MethodCall {
   std::unordered_map<std::string, std::string> args;
   std::string expected;                                       // empty: only the rules of every call
   std::unordered_map<std::string, refhost::Object*> objects;  // arguments given as objects, by name
-  bool spare = false;      // arguments the method doesn't take are left out, not an error
-  bool shared = false;     // other calls run during it and may write its objects
-  bool keepPixels = true;  // the outcome keeps the returned picture's pixels
+  bool spare = false;         // arguments the method doesn't take are left out, not an error
+  bool shared = false;        // other calls run during it and may write its objects
+  bool keepPixels = true;     // the outcome keeps the returned picture's pixels
+  bool keepReturned = false;  // a new picture returned stays with the caller, who releases it
 };
 // "5 picture=3x6 offset=2 -> true"
 MethodCall ParseCall(const std::string& line);
@@ -50,6 +51,7 @@ struct CallOutcome {
   // with each, nothing written when it failed nor before the offset, a returned picture of
   // the size asked for) and of what it must give, with its references and locks.
   std::vector<std::string> broken;
+  refhost::Picture* kept = nullptr;  // the new picture returned, when the call keeps it
 };
 
 // Makes the arguments' objects, calls, checks, and gives back every object it made.
@@ -71,7 +73,7 @@ struct Expected {
   int32_t first = 0, last = -1;
   std::string exception;                           // for kRaised: "Class: message"
   std::vector<std::pair<std::string, int>> calls;  // host functions and how often the call uses each
-  std::vector<std::string> order;                  // every host function the call uses, in order
+  std::string order;                               // every host function the call uses, in order, separated by commas
   bool Succeeds() const { return kind == kWritten || kind == kPicture || kind == kDest; }
 };
 
