@@ -6,7 +6,8 @@
 struct YieldData {
   // Above 0: ticks of 1/60 s between yields; below 0: minus the milliseconds; 0: never.
   int32_t interval = 0;
-  // Clock reading, in the unit of `interval`, taken right after the last yield.
+  // Clock reading, in the unit of `interval`, taken right after the last yield; 0 before the
+  // first, as if one had come when the clock started, so a copy's first row yields at once.
   int32_t last = 0;
 
   explicit YieldData(int32_t yieldArgument) : interval(yieldArgument) {}

@@ -17,7 +17,8 @@ RowConverter::RowConverter(const PixelMap& map, const KernelTable& table, int64_
   const KernelPick pick = PickKernel(shape, table[shape], bytesMoved);
   kernel_ = RowKernelsFor(pick.level)(pick.stores, shape);
   if (kernel_ == GrayWordsRow) MakePixelWords(map, patterns_.words);
-  // Gray through tables and the plain row read the map alone.
+  // Gray through tables and the plain row read the map and no pattern; gray through words,
+  // the words made above and the map's stride.
   if (shape == Shape::kOneToFourTables || shape == Shape::kGrayWords || shape == Shape::kPlain) patterns_.map = map;
   else BuildRowPatterns(map, pick.level, &patterns_);
 }

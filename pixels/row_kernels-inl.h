@@ -1,4 +1,5 @@
-// The SIMD row kernels, written once. Each instruction set's translation unit includes this
+// The x86 SIMD row kernels, written once for SSSE3, AVX2 and AVX-512 (NEON's are written
+// for it, in row_kernels_neon.cpp). Each instruction set's translation unit includes this
 // after naming its target (PIXELBRIDGE_TARGET, given to every function here as a target
 // attribute, so that the rest of the program keeps the baseline) and PIXELBRIDGE_VECTOR_BYTES
 // (16, 32 or 64); everything here is internal to that unit. Four-byte shapes shuffle within

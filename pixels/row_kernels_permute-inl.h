@@ -2,9 +2,9 @@
 // VBMI). Part of the row kernels' source: included by row_kernels-inl.h inside its unit's
 // anonymous namespace, after the vector shims.
 
-// Sixteen pixels a step as one byte permute of the whole vector. Whole steps load and store
-// with plain 16- and 32-byte moves (masked moves are slow on some processors); the last,
-// partial step masks its bytes so that nothing outside the row is touched.
+// Loads and stores of the first `count` bytes of a vector: whole steps with plain 16- and
+// 32-byte moves (masked moves are slow on some processors); a partial step masks its bytes
+// so that nothing outside the row is touched.
 constexpr __mmask64 Bytes(int count) { return count >= 64 ? ~__mmask64{0} : (__mmask64{1} << count) - 1; }
 
 PIXELBRIDGE_KERNEL inline Vec LoadBytes(const uint8_t* p, int count) {
@@ -65,7 +65,7 @@ PIXELBRIDGE_KERNEL inline int32_t PermuteWhole(const uint8_t* src, uint8_t* dst,
   return x;
 }
 
-// Sixteen pixels a step, for what is left of a row.
+// Sixteen pixels a step as one byte permute of the whole vector, for what is left of a row.
 template <bool kKeeping>
 PIXELBRIDGE_KERNEL inline void Permute(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec wide = _mm512_loadu_si512(p.wide), fill = _mm512_loadu_si512(p.wideFill);

@@ -1,5 +1,6 @@
-// Registration records handed to the host, the plug-in's method tables and the
-// process-global facts that the entry point settles.
+// Registration records handed to the host, the plug-in's method tables, the process-global
+// facts that the entry point settles and the host's kind, which the first open of a picture
+// settles (pixels/open.cpp).
 //
 // Every record is a run of words: 32 bits on i386 and 32-bit ARM (the sizes below),
 // pointer-sized everywhere, so on x86-64 and 64-bit ARM each record is twice as large.

@@ -97,7 +97,8 @@ class Host {
 
   const HostConfig& config() const { return config_; }
 
-  // dlopen the plug-in and find its entry point; Start then calls it. Load does both.
+  // Load the plug-in (dlopen, or LoadLibraryW on Windows) and find its entry point; Start
+  // then calls it. Load does both.
   bool Open(std::string* error);
   bool Start(std::string* error);
   bool Load(std::string* error) { return Open(error) && Start(error); }
