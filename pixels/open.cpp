@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "host/host_functions.h"
+#include "host/host_kind.h"
 #include "pixels/picture_editor.h"
 #include "platform/core_graphics.h"
-#include "plugin/registration.h"
 
 namespace {
 

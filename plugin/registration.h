@@ -1,6 +1,5 @@
-// Registration records handed to the host, the plug-in's method tables, the process-global
-// facts that the entry point settles and the host's kind, which the first open of a picture
-// settles (pixels/open.cpp).
+// Registration records handed to the host, the plug-in's method tables and the
+// process-global facts that the entry point settles.
 //
 // Every record is a run of words: 32 bits on i386 and 32-bit ARM (the sizes below),
 // pointer-sized everywhere, so on x86-64 and 64-bit ARM each record is twice as large.
@@ -85,14 +84,6 @@ extern REALclassDefinition pictureClass;
 
 // Chosen at entry from the host's version: 9, 10, 11 or 12.
 extern int32_t CurrentREALControlVersion;
-// What kind of application the host runs; each goes from false to true at most once.
-extern bool IsDesktop;
-extern bool IsConsole;
-
-// Asks the host which application class it runs and sets IsDesktop or IsConsole.
-// Leaves both false when the host answers for none of them.
-void DetectHostKind();
-
 // `count` property records cut to the version-9 layout (their first ten words), in a new
 // zero-filled array; null for an empty list or when the array can't be allocated.
 RecordWord* FixProperties(const REALproperty* list, intptr_t count);

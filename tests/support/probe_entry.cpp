@@ -9,6 +9,7 @@
 
 #include "host/exceptions.h"
 #include "host/host_functions.h"
+#include "host/host_kind.h"
 #include "host/yield.h"
 #include "platform/clock.h"
 #include "platform/cpu.h"

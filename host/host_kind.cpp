@@ -1,6 +1,7 @@
-// Which kind of application the host runs: desktop pictures are bitmap contexts, console
-// and web pictures are true-colour images.
-#include "plugin/registration.h"
+// Which kind of application the host runs, from the application classes it knows.
+#include "host/host_kind.h"
+
+#include "host/host_functions.h"
 
 bool IsDesktop = false;
 bool IsConsole = false;
