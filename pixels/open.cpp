@@ -85,7 +85,7 @@ bool PictureEditor::Open(REALpictureStruct* picture, bool forReading, bool forWr
   if (LockDescription(picture, &Description, kRBPixelTypeBitmapContext)) return OpenBitmapContext(picture);
   // No bitmap to lend: a picture without alpha that is only read can be drawn into one.
   // A drawn copy is never copied again.
-  if (!HasAlphaChannel && forReading && !forWriting && mayDrawCopy) return OpenDrawnCopy(picture, forReading);
+  if (!HasAlphaChannel && forReading && !forWriting && mayDrawCopy) return OpenDrawnCopy(picture);
   return OpenTrueColor(picture);
 }
 
@@ -131,7 +131,7 @@ bool PictureEditor::OpenTrueColor(REALpictureStruct* picture) {
   return true;
 }
 
-bool PictureEditor::OpenDrawnCopy(REALpictureStruct* picture, bool forReading) {
+bool PictureEditor::OpenDrawnCopy(REALpictureStruct* picture) {
   const int32_t width = IntProperty(picture, "Width");
   const int32_t height = IntProperty(picture, "Height");
   if (width <= 0 || height <= 0) return OpenTrueColor(picture);
@@ -143,7 +143,7 @@ bool PictureEditor::OpenDrawnCopy(REALpictureStruct* picture, bool forReading) {
     else CopyRows(picture, copy);
     REALUnlockObject(graphics);
   }
-  const bool open = Open(copy, forReading, false, false);
+  const bool open = Open(copy, true, false, false);  // for reading
   // The editor holds its own reference when open; the copy lives exactly as long.
   REALUnlockObject(AsObject(copy));
   return open;

@@ -54,7 +54,8 @@ class PictureEditor {
   bool Open(REALpictureStruct* picture, bool forReading, bool forWriting, bool mayDrawCopy);
   bool OpenBitmapContext(REALpictureStruct* picture);
   bool OpenTrueColor(REALpictureStruct* picture);
-  bool OpenDrawnCopy(REALpictureStruct* picture, bool forReading);
+  // A copy of a picture the host won't lend as a bitmap, drawn into a new one, for reading.
+  bool OpenDrawnCopy(REALpictureStruct* picture);
   void Hold(REALpictureStruct* picture);
 };
 
