@@ -64,7 +64,8 @@ ProcessEnd RunChild(int id, const std::string& arguments, const std::function<in
   SetEnvironmentVariableA(kChildVariable, std::to_string(id).c_str());
   const std::string command = "\"" + std::string(program) + "\" " + arguments;
   unsigned status = static_cast<unsigned>(std::system(command.c_str()));
-  if (status == ~0u) status = static_cast<unsigned>(std::system(command.c_str()));  // never started (Wine, now and then)
+  // A child that never started (under Wine, now and then) is started once more.
+  if (status == ~0u) status = static_cast<unsigned>(std::system(command.c_str()));
   SetEnvironmentVariableA(kChildVariable, nullptr);
   if (status <= 1) return {static_cast<int>(status), ""};
   char died[24];
