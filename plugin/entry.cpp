@@ -135,9 +135,9 @@ RecordWord* FixProperties(const REALproperty* list, intptr_t count) {
 extern "C" void REALPluginMain(HostResolver resolver) {
   gResolver = resolver;
   if (resolver == nullptr) return;
-    // The host functions asked for here, once each, typed as the host's list has them.
 #define PIXELBRIDGE_ASK(wrapper, lookup, result, parameters) \
   const auto wrapper = reinterpret_cast<result(*) parameters>(resolver(lookup));
+  // The host functions asked for here, once each, typed as the host's list has them.
   PIXELBRIDGE_DIRECT_HOST_FUNCTIONS(PIXELBRIDGE_ASK)
 #undef PIXELBRIDGE_ASK
   if (REALGetRBVersion != nullptr) rbversion = REALGetRBVersion();
