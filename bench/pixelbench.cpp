@@ -122,8 +122,8 @@ std::string CpuName() {
   return "unknown CPU";
 }
 
-// The processor found, and the kernels each shape of map runs with on it: the level (and
-// whether the stores are aligned), and for calls that stream, which kernels do.
+// The processor found, and the kernels each shape of map runs with on it: the level, and for
+// calls that stream, which kernels do.
 void PrintChoices(bool held) {
   const Processor& processor = ThisProcessor();
   static const char* const kVendors[] = {"other vendor", "Intel", "AMD"};
@@ -140,8 +140,7 @@ void PrintChoices(bool held) {
     // Gray through pixel words and the plain row are the same code at every level.
     const RowKernel kernel = RowKernelsFor(small.level)(small.stores, shape);
     const char* code = kernel == GrayWordsRow ? "pixel words" : kernel == PlainRow ? "plain row" : "";
-    printf("  %-40s %s%s", ShapeName(shape), *code != 0 ? code : SimdLevelName(small.level),
-           small.stores == Stores::kAligned ? ", aligned stores" : "");
+    printf("  %-40s %s", ShapeName(shape), *code != 0 ? code : SimdLevelName(small.level));
     if (large.stores == Stores::kStreaming && streamingFrom != INT64_MAX)
       printf("; calls over %lld MiB: %s, streaming stores", static_cast<long long>((streamingFrom - 1) >> 20),
              SimdLevelName(large.level));

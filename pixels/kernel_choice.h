@@ -1,16 +1,15 @@
-// The choice of kernels per shape of map and processor family: the level each shape runs at,
-// whether its calls may store around the caches, and whether its widest kernels align their
-// stores. Made once per processor from the table in kernel_choice.cpp, the one place to
-// change it.
+// Which kernel a call runs, at which level and with which stores: per processor family, the
+// entries of the shape list (row_shape_list.h), and when calls are large enough to store
+// around the caches.
 #pragma once
 
 #include "pixels/pixel_map.h"
+#include "pixels/row_kernels.h"
 #include "platform/cpu.h"
 
 struct ShapeChoice {
   SimdLevel level;  // in the table: the widest level the shape may run at
   bool streams;     // calls that move more than the last-level cache holds store around it
-  bool aligns;      // the row's head is peeled until the destination is aligned to the vector
 };
 
 struct KernelTable {
@@ -30,3 +29,21 @@ const FamilyChoices& ChoicesFor(const Processor& processor);
 KernelTable KernelTableFor(const FamilyChoices& choices, SimdLevel level, bool held);
 // What calls on this processor run: its row at its level, or every shape at the held level.
 KernelTable ActiveKernelTable();
+
+// The bytes a call of `pixels` pixels reads and writes (saturating at INT64_MAX).
+int64_t BytesMoved(const PixelMap& map, int64_t pixels);
+// Calls that read and write at least this many bytes in all may store around the caches:
+// they pass more through the last-level cache than it holds, so little of what they wrote
+// would still be there to read next, and streaming spares reading every destination line
+// first. INT64_MAX where the cache's size is unknown.
+int64_t StreamingStoresFrom();
+// Sets that size (a test seam: 0 makes every call stream, −1 restores the default).
+void SetStreamingStoresFrom(int64_t bytes);
+
+// The level and way of storing that a call of `shape` runs with, as `choice` says, for a
+// call that moves `bytesMoved` in all.
+struct KernelPick {
+  SimdLevel level;
+  Stores stores;
+};
+KernelPick PickKernel(Shape shape, const ShapeChoice& choice, int64_t bytesMoved);

@@ -96,23 +96,3 @@ bool PixelMap::operator==(const PixelMap& other) const {
          memcmp(fill, other.fill, sizeof fill) == 0 && memcmp(keep, other.keep, sizeof keep) == 0 &&
          memcmp(table, other.table, sizeof table) == 0;
 }
-
-const char* ShapeName(Shape shape) {
-  static const char* const kNames[kShapeCount] = {"four to four",
-                                                  "four to four, alpha from a mask",
-                                                  "four to four, bytes kept",
-                                                  "four to three",
-                                                  "four to three, bytes kept",
-                                                  "four to one (a channel)",
-                                                  "three to four",
-                                                  "one to four (gray)",
-                                                  "one to four through tables",
-                                                  "gray at a stride, through pixel words",
-                                                  "plain"};
-  return kNames[static_cast<int>(shape)];
-}
-
-int64_t BytesMoved(const PixelMap& map, int64_t pixels) {
-  const int64_t perPixel = int64_t{map.inputStride} + map.outputStride + (map.maskTo != PixelMap::kNone ? 4 : 0);
-  return pixels > INT64_MAX / perPixel ? INT64_MAX : pixels * perPixel;
-}

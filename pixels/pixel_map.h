@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "pixels/pixel_format.h"
+#include "pixels/row_shapes.h"
 
 // Output pixel x starts outputStride × x bytes into the row and is made from the input pixel
 // inputStride × x bytes in, of which only the first inputBytes are sure to be there (a gray
@@ -41,28 +42,9 @@ inline constexpr ByteTable kIdentityTable = [] {
   return identity;
 }();
 
-// The shapes of map that kernels are written for.
-enum class Shape : uint8_t {
-  kFourToFour,          // every byte made (ARGB copies, colour conversions)
-  kFourToFourMasked,    // alpha from a mask
-  kFourToFourKeeping,   // some destination bytes kept (XRGB, a channel every four bytes)
-  kFourToThree,         // packed (RGB copies)
-  kFourToThreeKeeping,  // packed with kept bytes (a channel every three bytes)
-  kFourToOne,           // a channel
-  kThreeToFour,         // RGB sources
-  kOneToFour,           // gray samples one byte apart
-  kOneToFourTables,     // the same through tables
-  kGrayWords,           // gray samples at any other stride, through a table of pixel words
-  kPlain,               // anything else, by MapPixels (channels two or five and more bytes apart)
-};
-constexpr int kShapeCount = static_cast<int>(Shape::kPlain) + 1;
-
+// The shape of kernel that runs the map.
 Shape ShapeOf(const PixelMap& map);
-const char* ShapeName(Shape shape);
 
 // The plain row, pixel by pixel: the definition every kernel is tested against. `mask` is
 // read only by maps with maskTo.
 void MapPixels(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const PixelMap& map);
-
-// The bytes a call of `pixels` pixels reads and writes (saturating at INT64_MAX).
-int64_t BytesMoved(const PixelMap& map, int64_t pixels);

@@ -1,24 +1,19 @@
-// The choice of a call's kernel.
+// A call's kernel, and what it reads made ready.
 #include "pixels/row_converter.h"
 
-KernelPick PickKernel(Shape shape, const ShapeChoice& choice, int64_t bytesMoved) {
-  // A call that streams runs the widest kernels at or below the shape's level that can.
-  if (choice.streams && bytesMoved >= StreamingStoresFrom()) {
-    for (int level = static_cast<int>(choice.level); level > 0; --level)
-      if (RowKernelsFor(static_cast<SimdLevel>(level))(Stores::kStreaming, shape) != nullptr)
-        return {static_cast<SimdLevel>(level), Stores::kStreaming};
-  }
-  const bool aligns = choice.aligns && RowKernelsFor(choice.level)(Stores::kAligned, shape) != nullptr;
-  return {choice.level, aligns ? Stores::kAligned : Stores::kOrdinary};
-}
-
-RowConverter::RowConverter(const PixelMap& map, const KernelTable& table, int64_t bytesMoved) {
+RowConverter::RowConverter(const PixelMap& map, const KernelTable& table, int64_t pixels) {
   const Shape shape = ShapeOf(map);
-  const KernelPick pick = PickKernel(shape, table[shape], bytesMoved);
-  kernel_ = RowKernelsFor(pick.level)(pick.stores, shape);
-  if (kernel_ == GrayWordsRow) MakePixelWords(map, patterns_.words);
-  // Gray through tables and the plain row read the map and no pattern; gray through words,
-  // the words made above and the map's stride.
-  if (shape == Shape::kOneToFourTables || shape == Shape::kGrayWords || shape == Shape::kPlain) patterns_.map = map;
-  else BuildRowPatterns(map, pick.level, &patterns_);
+  const KernelPick pick = PickKernel(shape, table[shape], BytesMoved(map, pixels));
+  const RowKernelSet& kernels = RowKernelsFor(pick.level);
+  kernel_ = kernels(pick.stores, shape);
+  switch (kernels.reads[static_cast<int>(shape)]) {
+    case RowReads::kPatterns:
+      BuildRowPatterns(map, pick.level, &patterns_);
+      break;
+    case RowReads::kWords:
+      MakePixelWords(map, patterns_.words);
+      [[fallthrough]];
+    case RowReads::kMap:
+      patterns_.map = map;
+  }
 }

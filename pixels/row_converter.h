@@ -5,19 +5,10 @@
 #include "pixels/kernel_choice.h"
 #include "pixels/row_kernels.h"
 
-// The level and way of storing that a call of `shape` runs with, as `choice` says, for a
-// call that moves `bytesMoved` in all.
-struct KernelPick {
-  SimdLevel level;
-  Stores stores;
-};
-KernelPick PickKernel(Shape shape, const ShapeChoice& choice, int64_t bytesMoved);
-
 class RowConverter {
  public:
-  // `bytesMoved`: what the whole call reads and writes (BytesMoved), which decides whether
-  // it may store around the caches.
-  RowConverter(const PixelMap& map, const KernelTable& table, int64_t bytesMoved);
+  // `pixels`: all the call converts, which decides whether it may store around the caches.
+  RowConverter(const PixelMap& map, const KernelTable& table, int64_t pixels);
   // `mask`: the mask's pixels, for maps that take alpha from a mask.
   void operator()(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels) const {
     kernel_(src, mask, dst, pixels, patterns_);

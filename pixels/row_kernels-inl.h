@@ -2,12 +2,11 @@
 // for it, in row_kernels_neon.cpp). Each instruction set's translation unit includes this
 // after naming its target (PIXELBRIDGE_TARGET, given to every function here as a target
 // attribute, so that the rest of the program keeps the baseline) and PIXELBRIDGE_VECTOR_BYTES
-// (16, 32 or 64); everything here is internal to that unit. Four-byte shapes shuffle within
-// 16-byte lanes and so run at the full width (here); packing and gray shapes cross lanes, and
-// run as byte permutes of the whole vector where the level has them
-// (row_kernels_permute-inl.h) or else with lane shuffles and dword permutes
-// (row_kernels_pack-inl.h). The 16- and 32-byte kernels can store around the caches, the
-// 64-byte ones can align their stores to the vector.
+// (16, 32 or 64); everything here is internal to that unit, its kernel set kLevelKernels too.
+// Four-byte shapes shuffle within 16-byte lanes and so run at the full width (here); packing
+// and gray shapes cross lanes, and run as byte permutes of the whole vector where the level
+// has them (row_kernels_permute-inl.h) or else with lane shuffles and dword permutes
+// (row_kernels_pack-inl.h). The 16- and 32-byte kernels can store around the caches.
 #include <immintrin.h>
 
 #include <type_traits>
@@ -93,29 +92,25 @@ PIXELBRIDGE_KERNEL inline void Put(uint8_t* p, Vec v) {
 // does (four-byte pixels at an address that isn't a multiple of four).
 template <int kOut>
 PIXELBRIDGE_KERNEL inline int32_t PixelsToBoundary(const uint8_t* dst) {
-  constexpr uintptr_t kMask = PIXELBRIDGE_VECTOR_BYTES - 1;
+  static_assert(kOut > 0 && PIXELBRIDGE_VECTOR_BYTES < 64, "only the streaming kernels align their stores");
+  constexpr uintptr_t kMask = PIXELBRIDGE_VECTOR_BYTES - 1, kInverseOf3 = 11;  // 3 × 11 is 1 modulo 16 and 32
   const uintptr_t bytes = (0 - reinterpret_cast<uintptr_t>(dst)) & kMask;
   if constexpr (kOut == 1) return static_cast<int32_t>(bytes);
-  if constexpr (kOut == 3) {
-    constexpr uintptr_t kInverseOf3 = PIXELBRIDGE_VECTOR_BYTES == 64 ? 43 : 11;
-    static_assert((3 * kInverseOf3) % PIXELBRIDGE_VECTOR_BYTES == 1, "3 × it is 1 modulo the width");
-    return static_cast<int32_t>((bytes * kInverseOf3) & kMask);
-  }
+  if constexpr (kOut == 3) return static_cast<int32_t>((bytes * kInverseOf3) & kMask);
   return bytes % 4 == 0 ? static_cast<int32_t>(bytes / 4) : -1;
 }
 
 // Runs `steps(stream, first, count)` over pixels 0 to `pixels` − 1 of a row whose output
-// pixels have `kOut` bytes, storing as kStores says: past the first vector boundary of the
-// destination the stores are aligned (and stream, for kStreaming), before it they go the
-// ordinary way.
+// pixels have `kOut` bytes, storing as kStores says: streaming, the stores past the first
+// vector boundary of the destination go around the caches, those before it the ordinary way.
 template <int kOut, Stores kStores, typename Steps>
 PIXELBRIDGE_KERNEL inline void RunRow(const uint8_t* dst, int32_t pixels, Steps&& steps) {
-  if constexpr (kStores != Stores::kOrdinary) {
+  if constexpr (kStores == Stores::kStreaming) {
     const int32_t head = PixelsToBoundary<kOut>(dst);
     if (head >= 0 && head < pixels) {
       steps(std::false_type{}, 0, head);
-      steps(std::bool_constant<kStores == Stores::kStreaming>{}, head, pixels - head);
-      if constexpr (kStores == Stores::kStreaming) _mm_sfence();
+      steps(std::true_type{}, head, pixels - head);
+      _mm_sfence();
       return;
     }
   }
@@ -215,12 +210,52 @@ PIXELBRIDGE_ROW_ENTRY void FourToOne(const uint8_t* src, const uint8_t*, uint8_t
   });
 }
 
-}  // namespace
+#if PIXELBRIDGE_VECTOR_BYTES == 64
+// Byte permutes look gray samples up in the tables themselves.
+constexpr LevelKernel kTablesRow = OneToFourTables;
+#else
+// Without byte permutes across the vector: one lookup per pixel in a table of pixel words.
+constexpr LevelKernel kTablesRow = kGrayWordsRow;
+#endif
 
-// The kernels of one way of storing, in the order of Shape; gray through tables and the
-// shapes without vector code come from the level's file.
-#define PIXELBRIDGE_SHAPE_KERNELS(stores, tables, words, plain)                                                    \
-  {                                                                                                                \
-    FourToFour<false, stores>, FourToFourMasked<stores>, FourToFour<true, stores>, FourToThree<false, stores>,     \
-        FourToThree<true, stores>, FourToOne<stores>, ThreeToFour<stores>, OneToFour<stores>, tables, words, plain \
+// This level's kernel for a shape, storing as kStores says; the shapes without vector code
+// run the code every level shares. The 64-byte kernels have no streaming stores: calls that
+// stream run the AVX2 kernels.
+template <Stores kStores>
+constexpr LevelKernel KernelFor(Shape shape) {
+  constexpr bool kOrdinary = kStores == Stores::kOrdinary;
+  if constexpr (!kOrdinary && PIXELBRIDGE_VECTOR_BYTES == 64) {
+    return {};
+  } else {
+    switch (shape) {
+      case Shape::kFourToFour:
+        return FourToFour<false, kStores>;
+      case Shape::kFourToFourMasked:
+        return FourToFourMasked<kStores>;
+      case Shape::kFourToFourKeeping:
+        return FourToFour<true, kStores>;
+      case Shape::kFourToThree:
+        return FourToThree<false, kStores>;
+      case Shape::kFourToThreeKeeping:
+        return FourToThree<true, kStores>;
+      case Shape::kFourToOne:
+        return FourToOne<kStores>;
+      case Shape::kThreeToFour:
+        return ThreeToFour<kStores>;
+      case Shape::kOneToFour:
+        return OneToFour<kStores>;
+      case Shape::kOneToFourTables:
+        return kOrdinary ? kTablesRow : LevelKernel{};
+      case Shape::kGrayWords:
+        return kOrdinary ? kGrayWordsRow : LevelKernel{};
+      case Shape::kPlain:
+        return kOrdinary ? kPlainRow : LevelKernel{};
+    }
+    return {};
   }
+}
+
+// The level's set, given its name by the level's file.
+constexpr RowKernelSet kLevelKernels = MakeRowKernelSet(KernelFor<Stores::kOrdinary>, KernelFor<Stores::kStreaming>);
+
+}  // namespace

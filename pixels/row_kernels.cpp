@@ -132,9 +132,12 @@ void GrayWordsRow(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixe
 }
 
 namespace {
-// Without vectors: the plain row, and gray through tables or at a stride one lookup a pixel.
-constexpr RowKernelSet kScalar = {{{PlainRow, PlainRow, PlainRow, PlainRow, PlainRow, PlainRow, PlainRow, PlainRow,
-                                    GrayWordsRow, GrayWordsRow, PlainRow}}};
+// Without vectors: gray through tables or at a stride one lookup a pixel in the pixel words,
+// and the plain row for the rest.
+constexpr LevelKernel ScalarKernel(Shape shape) {
+  return shape == Shape::kOneToFourTables || shape == Shape::kGrayWords ? kGrayWordsRow : kPlainRow;
+}
+constexpr RowKernelSet kScalar = MakeRowKernelSet(ScalarKernel, NoKernel);
 }  // namespace
 
 const RowKernelSet& RowKernelsFor(SimdLevel level) {

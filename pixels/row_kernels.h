@@ -41,23 +41,54 @@ void MakePixelWords(const PixelMap& map, uint32_t* words);
 using RowKernel = void (*)(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels,
                            const RowPatterns& patterns);
 
-// How a kernel stores: the ordinary way; or from the first vector boundary of the destination
-// on (the pixels before it the ordinary way), with ordinary stores that are now aligned or
-// with stores around the caches, fenced so that every byte is in place when the call returns.
-enum class Stores : uint8_t { kOrdinary, kAligned, kStreaming };
-constexpr int kStoreKinds = 3;
+// The kernels every level shares: the plain row (MapPixels), and gray samples through a
+// table of pixel words, one lookup a pixel.
+void PlainRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const RowPatterns& patterns);
+void GrayWordsRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const RowPatterns& patterns);
+
+// How a kernel stores: the ordinary way, or from the first vector boundary of the
+// destination on (the pixels before it the ordinary way) around the caches, fenced so that
+// every byte is in place when the call returns.
+enum class Stores : uint8_t { kOrdinary, kStreaming };
+constexpr int kStoreKinds = 2;
 
 // A level's kernels, per way of storing and shape; null where the level has no such kernel.
 // Every kernel handles any pixel count and alignment and touches no byte outside its row.
 struct RowKernelSet {
   RowKernel kernels[kStoreKinds][kShapeCount];
+  RowReads reads[kShapeCount];  // what the level's kernels of each shape read
   RowKernel operator()(Stores stores, Shape shape) const {
     return kernels[static_cast<int>(stores)][static_cast<int>(shape)];
   }
 };
-const RowKernelSet& RowKernelsFor(SimdLevel level);
+// A level's kernel for a shape: one of the shape's own, which reads what the shape's record
+// says, or one that every level shares, which reads what it needs; none where made empty.
+struct LevelKernel {
+  constexpr LevelKernel() = default;
+  constexpr LevelKernel(RowKernel own) : run(own), exists(true) {}  // NOLINT: converts from the shape's own
+  constexpr LevelKernel(RowKernel shared, RowReads needs) : run(shared), reads(needs), exists(true), shared(true) {}
+  RowKernel run = nullptr;
+  RowReads reads = RowReads::kMap;
+  bool exists = false;
+  bool shared = false;
+};
+inline constexpr LevelKernel kPlainRow{PlainRow, RowReads::kMap};
+inline constexpr LevelKernel kGrayWordsRow{GrayWordsRow, RowReads::kWords};
 
-// The kernels every level shares: the plain row (MapPixels), and gray samples through a
-// table of pixel words, one lookup a pixel.
-void PlainRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const RowPatterns& patterns);
-void GrayWordsRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const RowPatterns& patterns);
+// A level's set from its kernel for each shape, storing the ordinary way and streaming (a
+// function of the shape: a switch over every shape, so that the build fails on a shape left
+// out). Every shape has an ordinary kernel at every level.
+constexpr RowKernelSet MakeRowKernelSet(LevelKernel (*ordinary)(Shape), LevelKernel (*streaming)(Shape)) {
+  RowKernelSet set{};
+  for (int index = 0; index < kShapeCount; ++index) {
+    const Shape shape = static_cast<Shape>(index);
+    const LevelKernel kernel = ordinary(shape);
+    if (!kernel.exists) throw "a shape without an ordinary kernel";
+    set.kernels[0][index] = kernel.run;
+    set.kernels[1][index] = streaming(shape).run;
+    set.reads[index] = kernel.shared ? kernel.reads : ReadsOf(shape);
+  }
+  return set;
+}
+constexpr LevelKernel NoKernel(Shape) { return {}; }
+const RowKernelSet& RowKernelsFor(SimdLevel level);

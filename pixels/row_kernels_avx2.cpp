@@ -5,11 +5,5 @@
 #define PIXELBRIDGE_VECTOR_BYTES 32
 #include "pixels/row_kernels-inl.h"
 
-// Without byte permutes across the vector, gray through tables takes one lookup per pixel in
-// a table of pixel words.
-extern const RowKernelSet kRowKernelsAVX2 = {{
-    PIXELBRIDGE_SHAPE_KERNELS(Stores::kOrdinary, GrayWordsRow, GrayWordsRow, PlainRow),
-    {},
-    PIXELBRIDGE_SHAPE_KERNELS(Stores::kStreaming, nullptr, nullptr, nullptr),
-}};
+extern const RowKernelSet kRowKernelsAVX2 = kLevelKernels;
 #endif

@@ -1,5 +1,5 @@
-// The row kernels built for AVX-512 (BW and VBMI): ordinary stores, and stores aligned to the
-// vector. None store around the caches: calls that do run the AVX2 kernels, which can.
+// The row kernels built for AVX-512 (BW and VBMI): ordinary stores only. None store around
+// the caches: calls that do run the AVX2 kernels, which can.
 // (Empty on other processors: a universal macOS build compiles every file for each.)
 #if defined(__i386__) || defined(__x86_64__)
 #if defined(__GNUC__) && !defined(__clang__)
@@ -12,9 +12,5 @@
 #define PIXELBRIDGE_VECTOR_BYTES 64
 #include "pixels/row_kernels-inl.h"
 
-extern const RowKernelSet kRowKernelsAVX512 = {{
-    PIXELBRIDGE_SHAPE_KERNELS(Stores::kOrdinary, OneToFourTables<Stores::kOrdinary>, GrayWordsRow, PlainRow),
-    PIXELBRIDGE_SHAPE_KERNELS(Stores::kAligned, OneToFourTables<Stores::kAligned>, nullptr, nullptr),
-    {},
-}};
+extern const RowKernelSet kRowKernelsAVX512 = kLevelKernels;
 #endif

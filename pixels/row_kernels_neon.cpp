@@ -189,17 +189,45 @@ void OneToFourTables(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t p
   }
   MapPixels(src + x, nullptr, dst + 4 * x, pixels - x, p.map);
 }
-constexpr RowKernel kTables = OneToFourTables;
+constexpr LevelKernel kTablesRow = OneToFourTables;
 #else
 // Lookups here read at most 32 bytes and give eight: sixteen samples would take 16 of them
 // per table. One lookup per pixel in a table of words is as fast.
-constexpr RowKernel kTables = GrayWordsRow;
+constexpr LevelKernel kTablesRow = kGrayWordsRow;
 #endif
+
+// The kernel for each shape; the shapes without vector code run the code every level shares.
+constexpr LevelKernel KernelFor(Shape shape) {
+  switch (shape) {
+    case Shape::kFourToFour:
+      return FourToFour;
+    case Shape::kFourToFourMasked:
+      return FourToFourMasked;
+    case Shape::kFourToFourKeeping:
+      return FourToFourKeeping;
+    case Shape::kFourToThree:
+      return PairRow<4, 3, false>;
+    case Shape::kFourToThreeKeeping:
+      return PairRow<4, 3, true>;
+    case Shape::kFourToOne:
+      return FourToOne;
+    case Shape::kThreeToFour:
+      return PairRow<3, 4, false>;
+    case Shape::kOneToFour:
+      return OneToFour;
+    case Shape::kOneToFourTables:
+      return kTablesRow;
+    case Shape::kGrayWords:
+      return kGrayWordsRow;
+    case Shape::kPlain:
+      return kPlainRow;
+  }
+  return {};
+}
+// Ordinary stores only: NEON has none around the caches.
+constexpr RowKernelSet kLevelKernels = MakeRowKernelSet(KernelFor, NoKernel);
 
 }  // namespace
 
-// Ordinary stores only: NEON has none around the caches.
-extern const RowKernelSet kRowKernelsNEON = {
-    {{FourToFour, FourToFourMasked, FourToFourKeeping, PairRow<4, 3, false>, PairRow<4, 3, true>, FourToOne,
-      PairRow<3, 4, false>, OneToFour, kTables, GrayWordsRow, PlainRow}}};
+extern const RowKernelSet kRowKernelsNEON = kLevelKernels;
 #endif

@@ -80,7 +80,6 @@ PIXELBRIDGE_KERNEL inline void Permute(const uint8_t* src, uint8_t* dst, int32_t
   }
 }
 
-// Aligned (kAligned), the row's head goes through the sixteen-pixel steps.
 template <int kIn, int kOut, bool kKeeping, Stores kStores>
 PIXELBRIDGE_KERNEL inline void PermuteRow(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   RunRow<kOut, kStores>(dst, pixels, [&](auto, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
@@ -163,11 +162,8 @@ PIXELBRIDGE_KERNEL inline int32_t TableSteps(const uint8_t* src, uint8_t* dst, i
   return x;
 }
 
-template <Stores kStores>
 PIXELBRIDGE_ROW_ENTRY void OneToFourTables(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
                                            const RowPatterns& p) {
-  RunRow<4, kStores>(dst, pixels, [&](auto, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
-    const int32_t done = TableSteps(src + first, dst + 4 * first, count, p.map);
-    MapPixels(src + first + done, nullptr, dst + 4 * (first + done), count - done, p.map);
-  });
+  const int32_t done = TableSteps(src, dst, pixels, p.map);
+  MapPixels(src + done, nullptr, dst + 4 * done, pixels - done, p.map);
 }

@@ -121,8 +121,7 @@ Processor Detect() {
 int64_t DetectLastLevelCache() { return 0; }
 #endif
 
-int gHeld = -1;                     // -1: not held
-int64_t gStreamingStoresFrom = -1;  // -1: not set, the default
+int gHeld = -1;  // -1: not held
 
 }  // namespace
 
@@ -157,11 +156,3 @@ int64_t LastLevelCacheBytes() {
   static const int64_t bytes = DetectLastLevelCache();
   return bytes;
 }
-
-int64_t StreamingStoresFrom() {
-  if (gStreamingStoresFrom >= 0) return gStreamingStoresFrom;
-  const int64_t cache = LastLevelCacheBytes();
-  return cache > 0 ? cache + 1 : INT64_MAX;
-}
-
-void SetStreamingStoresFrom(int64_t bytes) { gStreamingStoresFrom = bytes; }

@@ -58,10 +58,3 @@ const char* SimdLevelName(SimdLevel level);
 
 // The bytes of the largest cache level this processor reports, 0 when it tells none.
 int64_t LastLevelCacheBytes();
-// Calls that read and write at least this many bytes in all may store around the caches:
-// they pass more through the last-level cache than it holds, so little of what they wrote
-// would still be there to read next, and streaming spares reading every destination line
-// first. INT64_MAX where the cache's size is unknown.
-int64_t StreamingStoresFrom();
-// Sets that size (a test seam: 0 makes every call stream, −1 restores the default).
-void SetStreamingStoresFrom(int64_t bytes);

@@ -12,6 +12,7 @@
 #include "host/host_kind.h"
 #include "host/yield.h"
 #include "platform/clock.h"
+#include "pixels/kernel_choice.h"
 #include "platform/cpu.h"
 #include "plugin/registration.h"
 
