@@ -1,6 +1,6 @@
 // What kind of application the host runs: desktop pictures are bitmap contexts, console and
 // web pictures are true-colour images. Settled by the first open of a picture that the host
-// lets the plug-in lock (pixels/open.cpp).
+// lets the plug-in lock (pixels/picture_editor.cpp).
 #pragma once
 
 // Each goes from false to true at most once.
