@@ -80,32 +80,27 @@ PIXELBRIDGE_KERNEL inline void Permute(const uint8_t* src, uint8_t* dst, int32_t
   }
 }
 
-template <int kIn, int kOut, bool kKeeping, Stores kStores>
+template <int kIn, int kOut, bool kKeeping>
 PIXELBRIDGE_KERNEL inline void PermuteRow(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  RunRow<kOut, kStores>(dst, pixels, [&](auto, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
-    const uint8_t* s = src + kIn * first;
-    uint8_t* d = dst + kOut * first;
-    const int32_t done = PermuteWhole<kIn, kOut, kKeeping>(s, d, count, p);
-    Permute<kKeeping>(s + kIn * done, d + kOut * done, count - done, p);
-  });
+  const int32_t done = PermuteWhole<kIn, kOut, kKeeping>(src, dst, pixels, p);
+  Permute<kKeeping>(src + kIn * done, dst + kOut * done, pixels - done, p);
 }
 
-template <bool kKeeping, Stores kStores>
+// The entry points take a way of storing, as every level's do; here it is always the ordinary way.
+template <bool kKeeping, Stores>
 PIXELBRIDGE_ROW_ENTRY void FourToThree(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
                                        const RowPatterns& p) {
-  PermuteRow<4, 3, kKeeping, kStores>(src, dst, pixels, p);
+  PermuteRow<4, 3, kKeeping>(src, dst, pixels, p);
 }
-template <Stores kStores>
+template <Stores>
 PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
                                        const RowPatterns& p) {
-  PermuteRow<3, 4, false, kStores>(src, dst, pixels, p);
+  PermuteRow<3, 4, false>(src, dst, pixels, p);
 }
-template <Stores kStores>
+template <Stores>
 PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
                                      const RowPatterns& p) {
-  RunRow<4, kStores>(dst, pixels, [&](auto, int32_t first, int32_t count) PIXELBRIDGE_KERNEL {
-    Permute<false>(src + first, dst + 4 * first, count, p);
-  });
+  Permute<false>(src, dst, pixels, p);
 }
 
 // Byte j of the first output vector of gray pixels takes pixel j / 4's byte from the first
