@@ -220,7 +220,7 @@ TEST(Kernels, TheTableChoosesPerProcessor) {
     for (const ShapeChoice& shape : held.shapes) EXPECT_EQ(shape.level, SimdLevel::kSSSE3);
   }
   // Calls larger than the cache: at AVX-512 through the AVX2 kernels, which stream; kept
-  // bytes and table lookups the ordinary way.
+  // bytes and table lookups the ordinary way; at SSSE3 through its own.
   const KernelTable intel = KernelTableFor(ChoicesFor(ProcessorFrom(cases[4].answers)), SimdLevel::kAVX512, false);
   const auto pick = [&](Shape shape) {
     const KernelPick large = PickKernel(shape, intel[shape], INT64_MAX);
@@ -229,6 +229,7 @@ TEST(Kernels, TheTableChoosesPerProcessor) {
   EXPECT_EQ(pick(Shape::kFourToThree), std::pair(SimdLevel::kAVX2, Stores::kStreaming));
   EXPECT_EQ(pick(Shape::kFourToFourKeeping), std::pair(SimdLevel::kAVX512, Stores::kOrdinary));
   EXPECT_EQ(pick(Shape::kOneToFourTables), std::pair(SimdLevel::kAVX512, Stores::kOrdinary));
+  EXPECT_EQ(PickKernel(Shape::kFourToOne, {SimdLevel::kSSSE3, true}, INT64_MAX).stores, Stores::kStreaming);
 }
 #endif
 
