@@ -30,6 +30,11 @@ PACKAGES_dist := zip unzip
 OPTIONS_asan := -DPIXELBRIDGE_SANITIZE=ON
 OPTIONS_fuzz := -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/clang.cmake -DPIXELBRIDGE_FUZZ=ON -DPIXELBRIDGE_TESTS=OFF
 
+# Wine now and then ends a test program with a failing status after all its cases passed, so
+# under Wine a test that fails is run once more (its first output stays in the log) and fails
+# the tree only when it fails again. The Linux trees run the same cases once.
+CTEST_win64 := --repeat until-pass:2
+
 .PHONY: all test demo bench dist deps sanitize fuzz fuzz-ci format format-check clean $(TREES) $(addprefix test-,$(TREES))
 
 all: native
@@ -61,7 +66,7 @@ $(TREES): %: deps-% build/%/CMakeCache.txt
 	cmake --build build/$* -j$(JOBS)
 
 $(addprefix test-,$(TREES)): test-%: %
-	ctest --test-dir build/$* --output-on-failure -j$(JOBS)
+	ctest --test-dir build/$* --output-on-failure -j$(JOBS) $(CTEST_$*)
 
 # The x86-64 tests built with AddressSanitizer and UndefinedBehaviorSanitizer.
 sanitize: deps-asan build/asan/CMakeCache.txt
