@@ -65,10 +65,12 @@ struct RowKernelSet {
 // says, or one that every level shares, which reads what it needs; none where made empty.
 struct LevelKernel {
   constexpr LevelKernel() = default;
-  constexpr LevelKernel(RowKernel own) : run(own) {}  // NOLINT: converts from the shape's own
-  constexpr LevelKernel(RowKernel shared, RowReads needs) : run(shared), reads(needs), shared(true) {}
+  constexpr LevelKernel(RowKernel own) : run(own), exists(true) {}  // NOLINT: converts from the shape's own
+  constexpr LevelKernel(RowKernel shared, RowReads needs) : run(shared), reads(needs), exists(true), shared(true) {}
   RowKernel run = nullptr;
   RowReads reads = RowReads::kMap;
+  // A flag, not `run != nullptr`: the sanitizer build doesn't take that as a constant.
+  bool exists = false;
   bool shared = false;
 };
 inline constexpr LevelKernel kPlainRow{PlainRow, RowReads::kMap};
@@ -82,7 +84,7 @@ constexpr RowKernelSet MakeRowKernelSet(LevelKernel (*ordinary)(Shape), LevelKer
   for (int index = 0; index < kShapeCount; ++index) {
     const Shape shape = static_cast<Shape>(index);
     const LevelKernel kernel = ordinary(shape);
-    if (kernel.run == nullptr) throw "a shape without an ordinary kernel";
+    if (!kernel.exists) throw "a shape without an ordinary kernel";
     set.kernels[0][index] = kernel.run;
     set.kernels[1][index] = streaming(shape).run;
     set.reads[index] = kernel.shared ? kernel.reads : ReadsOf(shape);
