@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "bench/subjects.h"
-#include "pixels/row_converter.h"
 #include "platform/cpu.h"
+#include "rows/row_converter.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "host/host_types.h"
-#include "pixels/pixel_format.h"
+#include "rows/pixel_format.h"
 
 class PictureEditor {
  public:

@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "pixels/row_converter.h"
+#include "rows/row_converter.h"
 #include "to_memory/copy_layouts.h"
 #include "to_picture/source_layouts.h"
 

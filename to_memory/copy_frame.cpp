@@ -8,7 +8,7 @@
 #include "host/memory_blocks.h"
 #include "host/yield.h"
 #include "pixels/picture_editor.h"
-#include "pixels/row_converter.h"
+#include "rows/row_converter.h"
 
 namespace {
 

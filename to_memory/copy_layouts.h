@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "pixels/pixel_format.h"
-#include "pixels/pixel_map.h"
+#include "rows/pixel_format.h"
+#include "rows/pixel_map.h"
 
 // What one byte of a written pixel holds.
 enum class OutByte : uint8_t { kRed, kGreen, kBlue, kAlpha, kKeep };

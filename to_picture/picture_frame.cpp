@@ -5,7 +5,7 @@
 #include "host/host_functions.h"
 #include "host/memory_blocks.h"
 #include "pixels/picture_editor.h"
-#include "pixels/row_converter.h"
+#include "rows/row_converter.h"
 
 bool CheckPictureArguments(const PictureSource& source, int32_t offset, int32_t width, int32_t height) {
   if (source.isNil()) return RaiseException(kNilObjectException, kMemoryblockIsNil), false;

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "pixels/pixel_format.h"
-#include "pixels/pixel_map.h"
+#include "rows/pixel_format.h"
+#include "rows/pixel_map.h"
 
 // Where red, green and blue sit in a source pixel of `bytes` bytes, `stride` bytes from the
 // next: colour pixels back to back, or gray samples, whose first byte is all three.

@@ -12,9 +12,9 @@
 #include "host/host_kind.h"
 #include "host/yield.h"
 #include "platform/clock.h"
-#include "pixels/kernel_choice.h"
 #include "platform/cpu.h"
 #include "plugin/registration.h"
+#include "rows/kernel_choice.h"
 
 #define PROBE extern "C" PIXELBRIDGE_EXPORTED
 

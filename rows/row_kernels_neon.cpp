@@ -6,7 +6,7 @@
 #if defined(__aarch64__) || defined(__arm__)
 #include <arm_neon.h>
 
-#include "pixels/row_kernels.h"
+#include "rows/row_kernels.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // A call's kernel, and what it reads made ready.
-#include "pixels/row_converter.h"
+#include "rows/row_converter.h"
 
 RowConverter::RowConverter(const PixelMap& map, const KernelTable& table, int64_t pixels) {
   const Shape shape = ShapeOf(map);

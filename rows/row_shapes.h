@@ -6,12 +6,12 @@
 
 enum class Shape : uint8_t {
 #define PIXELBRIDGE_ROW_SHAPE(name, ...) k##name,
-#include "pixels/row_shape_list.h"
+#include "rows/row_shape_list.h"
 #undef PIXELBRIDGE_ROW_SHAPE
 };
 constexpr int kShapeCount = 0
 #define PIXELBRIDGE_ROW_SHAPE(...) +1
-#include "pixels/row_shape_list.h"
+#include "rows/row_shape_list.h"
 #undef PIXELBRIDGE_ROW_SHAPE
     ;
 
@@ -21,7 +21,7 @@ enum class RowReads : uint8_t { kMap, kWords, kPatterns };
 inline const char* ShapeName(Shape shape) {
   static const char* const kNames[] = {
 #define PIXELBRIDGE_ROW_SHAPE(name, text, ...) text,
-#include "pixels/row_shape_list.h"
+#include "rows/row_shape_list.h"
 #undef PIXELBRIDGE_ROW_SHAPE
   };
   return kNames[static_cast<int>(shape)];
@@ -30,7 +30,7 @@ inline const char* ShapeName(Shape shape) {
 constexpr RowReads ReadsOf(Shape shape) {
   constexpr RowReads kReads[] = {
 #define PIXELBRIDGE_ROW_SHAPE(name, text, reads, ...) RowReads::reads,
-#include "pixels/row_shape_list.h"
+#include "rows/row_shape_list.h"
 #undef PIXELBRIDGE_ROW_SHAPE
   };
   return kReads[static_cast<int>(shape)];

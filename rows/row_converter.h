@@ -2,8 +2,8 @@
 // level and the way it stores, chosen once from the kernel table.
 #pragma once
 
-#include "pixels/kernel_choice.h"
-#include "pixels/row_kernels.h"
+#include "rows/kernel_choice.h"
+#include "rows/row_kernels.h"
 
 class RowConverter {
  public:

@@ -1,6 +1,6 @@
 // The kernel table, made from the shape list's entries per processor family (the figures
 // behind them stand beside them there), and the choice of a call's kernel.
-#include "pixels/kernel_choice.h"
+#include "rows/kernel_choice.h"
 
 namespace {
 
@@ -11,7 +11,7 @@ constexpr ShapeChoice Choice(SimdLevel level, bool streams) { return {level, str
 constexpr FamilyChoices kAnyOther = {"any other processor",
                                      {{
 #define PIXELBRIDGE_ROW_SHAPE(name, text, reads, anyOther, ...) anyOther,
-#include "pixels/row_shape_list.h"
+#include "rows/row_shape_list.h"
 #undef PIXELBRIDGE_ROW_SHAPE
                                      }}};
 
@@ -20,7 +20,7 @@ constexpr SimdLevel kAVX2 = SimdLevel::kAVX2, kAVX512 = SimdLevel::kAVX512;
 constexpr FamilyChoices kAMDFamily25 = {"AMD family 25 (Zen 3, Zen 4)",
                                         {{
 #define PIXELBRIDGE_ROW_SHAPE(name, text, reads, anyOther, amdFamily25) amdFamily25,
-#include "pixels/row_shape_list.h"
+#include "rows/row_shape_list.h"
 #undef PIXELBRIDGE_ROW_SHAPE
                                         }}};
 #endif

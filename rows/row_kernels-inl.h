@@ -11,7 +11,7 @@
 
 #include <type_traits>
 
-#include "pixels/row_kernels.h"
+#include "rows/row_kernels.h"
 
 #define PIXELBRIDGE_KERNEL __attribute__((target(PIXELBRIDGE_TARGET)))
 #if defined(__i386__)
@@ -166,9 +166,9 @@ PIXELBRIDGE_ROW_ENTRY void FourToFourMasked(const uint8_t* src, const uint8_t* m
 }
 
 #if PIXELBRIDGE_VECTOR_BYTES == 64
-#include "pixels/row_kernels_permute-inl.h"
+#include "rows/row_kernels_permute-inl.h"
 #else
-#include "pixels/row_kernels_pack-inl.h"
+#include "rows/row_kernels_pack-inl.h"
 #endif
 
 // A vector of output bytes a step: the channel of input vector j's pixels goes to group j

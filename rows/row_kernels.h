@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "pixels/pixel_map.h"
 #include "platform/cpu.h"
+#include "rows/pixel_map.h"
 
 // Sixty-four pixels of `in` bytes converted to `out` bytes fill `out` 64-byte vectors;
 // output vector k takes its bytes from input vectors PairFirst(k) and PairFirst(k) + 1.

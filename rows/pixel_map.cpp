@@ -1,5 +1,5 @@
 // The plain row and the shape of a map.
-#include "pixels/pixel_map.h"
+#include "rows/pixel_map.h"
 
 #include <cstring>
 

@@ -3,9 +3,9 @@
 // around the caches.
 #pragma once
 
-#include "pixels/pixel_map.h"
-#include "pixels/row_kernels.h"
 #include "platform/cpu.h"
+#include "rows/pixel_map.h"
+#include "rows/row_kernels.h"
 
 struct ShapeChoice {
   SimdLevel level;  // in the table: the widest level the shape may run at

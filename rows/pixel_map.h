@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "pixels/pixel_format.h"
-#include "pixels/row_shapes.h"
+#include "rows/pixel_format.h"
+#include "rows/row_shapes.h"
 
 // Output pixel x starts outputStride × x bytes into the row and is made from the input pixel
 // inputStride × x bytes in, of which only the first inputBytes are sure to be there (a gray

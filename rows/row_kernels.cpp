@@ -1,5 +1,5 @@
 // Patterns from maps, the kernels every level shares, and the kernel set of each level.
-#include "pixels/row_kernels.h"
+#include "rows/row_kernels.h"
 
 #include <cstddef>
 #include <cstring>
