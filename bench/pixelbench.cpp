@@ -138,8 +138,7 @@ void PrintChoices(bool held) {
     const Shape shape = static_cast<Shape>(index);
     const KernelPick small = PickKernel(shape, table[shape], 0), large = PickKernel(shape, table[shape], INT64_MAX);
     // Gray through pixel words and the plain row are the same code at every level.
-    const RowKernel kernel = RowKernelsFor(small.level)(small.stores, shape);
-    const char* code = kernel == GrayWordsRow ? "pixel words" : kernel == PlainRow ? "plain row" : "";
+    const char* code = small.kernel == GrayWordsRow ? "pixel words" : small.kernel == PlainRow ? "plain row" : "";
     printf("  %-40s %s", ShapeName(shape), *code != 0 ? code : SimdLevelName(small.level));
     if (large.stores == Stores::kStreaming && streamingFrom != INT64_MAX)
       printf("; calls over %lld MiB: %s, streaming stores", static_cast<long long>((streamingFrom - 1) >> 20),

@@ -63,12 +63,18 @@ int64_t StreamingStoresFrom() {
 
 void SetStreamingStoresFrom(int64_t bytes) { gStreamingStoresFrom = bytes; }
 
+KernelPick KernelOf(SimdLevel level, Stores stores, Shape shape) {
+  const RowKernelSet& kernels = RowKernelsFor(level);
+  return {level, stores, kernels(stores, shape), kernels.reads[static_cast<int>(shape)]};
+}
+
 KernelPick PickKernel(Shape shape, const ShapeChoice& choice, int64_t bytesMoved) {
   // A call that streams runs the widest kernels at or below the shape's level that can.
   if (choice.streams && bytesMoved >= StreamingStoresFrom()) {
-    for (int level = static_cast<int>(choice.level); level > 0; --level)
-      if (RowKernelsFor(static_cast<SimdLevel>(level))(Stores::kStreaming, shape) != nullptr)
-        return {static_cast<SimdLevel>(level), Stores::kStreaming};
+    for (int level = static_cast<int>(choice.level); level > 0; --level) {
+      const KernelPick streaming = KernelOf(static_cast<SimdLevel>(level), Stores::kStreaming, shape);
+      if (streaming.kernel != nullptr) return streaming;
+    }
   }
-  return {choice.level, Stores::kOrdinary};
+  return KernelOf(choice.level, Stores::kOrdinary, shape);
 }

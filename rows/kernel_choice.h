@@ -40,10 +40,16 @@ int64_t StreamingStoresFrom();
 // Sets that size (a test seam: 0 makes every call stream, −1 restores the default).
 void SetStreamingStoresFrom(int64_t bytes);
 
-// The level and way of storing that a call of `shape` runs with, as `choice` says, for a
-// call that moves `bytesMoved` in all.
+// A kernel looked up: its level, the way it stores, the kernel itself (null where the level
+// has none for the shape that stores so) and what it reads.
 struct KernelPick {
   SimdLevel level;
   Stores stores;
+  RowKernel kernel;
+  RowReads reads;
 };
+// The kernel of `level` for `shape` that stores as `stores`.
+KernelPick KernelOf(SimdLevel level, Stores stores, Shape shape);
+// The kernel a call of `shape` runs, as `choice` says, for a call that moves `bytesMoved` in
+// all: the level and way of storing, and the kernel found with them.
 KernelPick PickKernel(Shape shape, const ShapeChoice& choice, int64_t bytesMoved);

@@ -1,19 +1,31 @@
 // A call's kernel, and what it reads made ready.
 #include "rows/row_converter.h"
 
-RowConverter::RowConverter(const PixelMap& map, const KernelTable& table, int64_t pixels) {
+namespace {
+KernelPick PickFor(const PixelMap& map, const KernelTable& table, int64_t pixels) {
   const Shape shape = ShapeOf(map);
-  const KernelPick pick = PickKernel(shape, table[shape], BytesMoved(map, pixels));
-  const RowKernelSet& kernels = RowKernelsFor(pick.level);
-  kernel_ = kernels(pick.stores, shape);
-  switch (kernels.reads[static_cast<int>(shape)]) {
+  return PickKernel(shape, table[shape], BytesMoved(map, pixels));
+}
+}  // namespace
+
+RowConverter::RowConverter(const PixelMap& map, const KernelTable& table, int64_t pixels)
+    : RowConverter(map, PickFor(map, table, pixels)) {}
+
+RowConverter::RowConverter(const PixelMap& map, const KernelPick& pick) : kernel_(pick.kernel) {
+  // What the kernel isn't said to read stays defined, patterns of zeros and no words: a
+  // kernel that reads more than its shape's record says goes wrong the same way every time,
+  // and the kernel tests see it.
+  switch (pick.reads) {
     case RowReads::kPatterns:
       BuildRowPatterns(map, pick.level, &patterns_);
-      break;
+      return;
     case RowReads::kWords:
-      MakePixelWords(map, patterns_.words);
-      [[fallthrough]];
+      MakePixelWords(map, words_);
+      patterns_ = RowPatterns{};
+      patterns_.words = words_;
+      break;
     case RowReads::kMap:
-      patterns_.map = map;
+      patterns_ = RowPatterns{};
   }
+  patterns_.map = map;
 }

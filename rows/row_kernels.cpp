@@ -1,7 +1,6 @@
 // Patterns from maps, the kernels every level shares, and the kernel set of each level.
 #include "rows/row_kernels.h"
 
-#include <cstddef>
 #include <cstring>
 
 namespace {
@@ -68,8 +67,7 @@ void MakeRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns
 void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns) {
   // Making the patterns costs more than converting a small picture, and a program converts
   // many pictures in few layouts: each thread keeps the last few it made. Callers get a
-  // copy (all but the words, which no map's patterns hold), so a call made during another's
-  // yield can't change patterns in use.
+  // copy, so a call made during another's yield can't change patterns in use.
   struct Made {
     bool valid;
     SimdLevel level;
@@ -80,7 +78,7 @@ void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* pattern
   thread_local int next;
   for (const Made& entry : made) {
     if (entry.valid && entry.level == level && entry.patterns.map == map) {
-      memcpy(static_cast<void*>(patterns), &entry.patterns, offsetof(RowPatterns, words));
+      *patterns = entry.patterns;
       return;
     }
   }
@@ -90,7 +88,7 @@ void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* pattern
   MakeRowPatterns(map, level, &entry.patterns);
   entry.level = level;
   entry.valid = true;
-  memcpy(static_cast<void*>(patterns), &entry.patterns, offsetof(RowPatterns, words));
+  *patterns = entry.patterns;
 }
 
 void MakePixelWords(const PixelMap& map, uint32_t* words) {

@@ -12,7 +12,8 @@
 constexpr int PairFirst(int k, int in, int out) { return k * 64 / out * in / 64; }
 
 // What the kernels of a call read: the map as 16-byte patterns for four pixels at a time and
-// 64-byte ones for sixteen and sixty-four, and for gray through pixel words, the words.
+// 64-byte ones for sixteen and sixty-four, and for gray through pixel words, the words (kept
+// by the call beside it).
 struct alignas(64) RowPatterns {
   uint8_t shuffle[16];  // four pixels: output byte ← input byte (0x80: zero)
   uint8_t fill[16];
@@ -29,11 +30,11 @@ struct alignas(64) RowPatterns {
   uint8_t pairFill[4][64];
   uint8_t pairKeep[4][64];
   uint64_t pairTaken[4];
-  PixelMap map;         // for the last few pixels of a row, and the kernels that read no pattern
-  uint32_t words[256];  // gray through pixel words: the finished pixel of every sample
+  PixelMap map;                     // for the last few pixels of a row, and the kernels that read no pattern
+  const uint32_t* words = nullptr;  // gray through pixel words: the finished pixel of every sample
 };
 
-// Fills in the patterns that the shuffle kernels of `level` read (not the words).
+// Fills in the patterns that the shuffle kernels of `level` read, and the map (no words).
 void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns);
 // The finished pixel of every sample, for maps of gray samples.
 void MakePixelWords(const PixelMap& map, uint32_t* words);

@@ -1,7 +1,8 @@
-// Every row kernel of every SIMD level this machine has against the plain row, which the
+// Every row kernel of every SIMD level this machine has, given what the row converter makes
+// ready for it (what its shape's record says it reads), against the plain row, which the
 // methods' tests hold to their own account of the pixels: in every way it stores (ordinary,
-// aligned, streaming), for widths 0 to 67 (and a few longer), source misalignments 0 to 15
-// and destination ones 0 to 63; the kernel table over CPUID answers.
+// streaming), for widths 0 to 67 (and a few longer), source misalignments 0 to 15 and
+// destination ones 0 to 63; the kernel table over CPUID answers.
 #include <gtest/gtest.h>
 #if defined(__i386__) || defined(__x86_64__)
 #include <cpuid.h>
@@ -119,12 +120,10 @@ TEST(Kernels, EveryKernelMatchesThePlainRow) {
     const bool plain = named.name.rfind("G at 2", 0) == 0 || named.name.rfind("R at 5", 0) == 0;
     EXPECT_EQ(shape == Shape::kPlain, plain) << named.name;
     for (int level = 0; level <= static_cast<int>(DetectedSimdLevel()); ++level) {
-      RowPatterns patterns;
-      BuildRowPatterns(map, static_cast<SimdLevel>(level), &patterns);
-      MakePixelWords(map, patterns.words);
       for (int stores = 0; stores < kStoreKinds; ++stores) {
-        const RowKernel kernel = RowKernelsFor(static_cast<SimdLevel>(level))(static_cast<Stores>(stores), shape);
-        if (kernel == nullptr) continue;
+        const KernelPick pick = KernelOf(static_cast<SimdLevel>(level), static_cast<Stores>(stores), shape);
+        if (pick.kernel == nullptr) continue;
+        const RowConverter convert(map, pick);
         tested[level][stores][static_cast<int>(shape)] = true;
         SCOPED_TRACE(testing::Message() << named.name << ", " << ShapeName(shape) << ", "
                                         << SimdLevelName(static_cast<SimdLevel>(level)) << ", stores " << stores);
@@ -132,7 +131,7 @@ TEST(Kernels, EveryKernelMatchesThePlainRow) {
           for (size_t shift = 0; shift < 16; ++shift) {
             const size_t from = kGuard + shift, to = kGuard + (shift * 7 + width) % 64;
             buffers.Prefill(to, static_cast<size_t>(width) * map.outputStride);
-            kernel(&buffers.source[from], &buffers.mask[from + 3], &buffers.fast[to], width, patterns);
+            convert(&buffers.source[from], &buffers.mask[from + 3], &buffers.fast[to], width);
             MapPixels(&buffers.source[from], &buffers.mask[from + 3], &buffers.plain[to], width, map);
             ASSERT_EQ(buffers.fast, buffers.plain) << "width " << width << ", source at +" << shift;
           }
