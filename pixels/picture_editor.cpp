@@ -67,7 +67,7 @@ void CopyRows(REALpictureStruct* picture, REALpictureStruct* copy) {
 }  // namespace
 
 bool PictureEditor::GetPictureEditor(REALpictureStruct* picture, bool forReading, bool forWriting) {
-  return Open(picture, forReading, forWriting, true);
+  return HostCanHoldPictures() && Open(picture, forReading, forWriting, true);
 }
 
 bool PictureEditor::HostCanHoldPictures() {
@@ -80,7 +80,6 @@ bool PictureEditor::Open(REALpictureStruct* picture, bool forReading, bool forWr
   if (picture == nullptr) return false;
   ForWriting = forWriting;
   ForReading = forReading;
-  if (!HostCanHoldPictures()) return false;
   if (!IsDesktop && !IsConsole) DetectHostKind();
   unsigned char hasAlpha = 0;
   HasAlphaChannel = REALGetPropValueUInt8(AsObject(picture), "HasAlphaChannel", &hasAlpha) && hasAlpha != 0;
@@ -106,7 +105,7 @@ bool PictureEditor::OpenBitmapContext(REALpictureStruct* picture) {
   // every 32-bit layout of colour and filler is.
   const bool accepted = HasAlphaChannel ? (format == kFormatPremultipliedLast || format == kFormatPremultipliedFirst)
                                         : (format >= kFormatPremultipliedLast && format <= kFormatSkipFirst);
-  if (!accepted || bitsPerPixel != 32) return FailLocked(picture);
+  if (!accepted || bitsPerPixel != kPictureBitsPerPixel) return FailLocked(picture);
   Hold(picture);
   PixelFormat = format;
   RowBytes = static_cast<int32_t>(bytesPerRow);
@@ -138,7 +137,7 @@ bool PictureEditor::OpenDrawnCopy(REALpictureStruct* picture) {
   const int32_t width = IntProperty(picture, "Width");
   const int32_t height = IntProperty(picture, "Height");
   if (width <= 0 || height <= 0) return OpenTrueColor(picture);
-  REALpictureStruct* copy = REALNewPicture(width, height, 32);
+  REALpictureStruct* copy = REALNewPicture(width, height, kPictureBitsPerPixel);
   if (copy == nullptr) return OpenTrueColor(picture);
   if (REALobjectStruct* graphics = REALGetPictureGraphics(copy)) {
     auto draw = reinterpret_cast<DrawPictureMethod>(REALLoadObjectMethod(graphics, kDrawPictureDeclaration));
@@ -202,13 +201,12 @@ bool PictureWriter::NewPictureWriter(REALpictureStruct* destination, int32_t wid
     int32_t destinationHeight = 0;
     if (!REALGetPropValueInt32(object, "Width", &destinationWidth)) destinationWidth = 0;
     if (!REALGetPropValueInt32(object, "Height", &destinationHeight)) destinationHeight = 0;
-    if (destinationWidth >= width && destinationHeight >= height && GetPictureEditor(destination, false, true))
-      return true;
+    if (destinationWidth >= width && destinationHeight >= height && Open(destination, false, true, true)) return true;
   }
   if (width < 1 || height < 1 || width > kLargestNewPicture || height > kLargestNewPicture) return false;
-  REALpictureStruct* fresh = REALNewPicture(width, height, 32);
+  REALpictureStruct* fresh = REALNewPicture(width, height, kPictureBitsPerPixel);
   if (fresh == nullptr) return false;
-  const bool open = GetPictureEditor(fresh, false, true);
+  const bool open = Open(fresh, false, true, true);
   REALUnlockObject(reinterpret_cast<REALobjectStruct*>(fresh));
   return open;
 }

@@ -23,6 +23,11 @@ class PictureEditor {
   REALpictureStruct* RenderPictureWriter();
   // Moves the cursor to the next row; past the last row it rests on row 0.
   void NextRow();
+  // Whether rows of `width` pixels lie back to back, each where the one before ends, so that
+  // they can be converted as one long row (never through a row table).
+  bool RowsBackToBack(int32_t width) const {
+    return PixelFormat != kFormatRowTable && RowBytes == int64_t{width} * kPictureBytesPerPixel;
+  }
   // Gives back the lock, then (when writing) tells the host the pixels changed, then
   // gives back the reference.
   void ReleasePictureEditor();
@@ -47,11 +52,14 @@ class PictureEditor {
  protected:
   // Whether the host can take a reference to a picture and give back all that an open
   // takes. Without that a picture isn't opened or made: a lacking give-back would leave
-  // it held, and a lacking reference would let it be freed while in use.
+  // it held, and a lacking reference would let it be freed while in use. Each way in (the
+  // editor's open, the writer's) asks once, before anything else of the host.
   static bool HostCanHoldPictures();
+  // GetPictureEditor once the host is known to hold pictures; `mayDrawCopy`: a picture the
+  // host won't lend as a bitmap may be read through a drawn copy.
+  bool Open(REALpictureStruct* picture, bool forReading, bool forWriting, bool mayDrawCopy);
 
  private:
-  bool Open(REALpictureStruct* picture, bool forReading, bool forWriting, bool mayDrawCopy);
   bool OpenBitmapContext(REALpictureStruct* picture);
   bool OpenTrueColor(REALpictureStruct* picture);
   // A copy of a picture the host won't lend as a bitmap, drawn into a new one, for reading.

@@ -51,7 +51,8 @@ KernelTable ActiveKernelTable() {
 }
 
 int64_t BytesMoved(const PixelMap& map, int64_t pixels) {
-  const int64_t perPixel = int64_t{map.inputStride} + map.outputStride + (map.maskTo != PixelMap::kNone ? 4 : 0);
+  const int64_t perPixel =
+      int64_t{map.inputStride} + map.outputStride + (map.maskTo != PixelMap::kNone ? kMaskBytesPerPixel : 0);
   return pixels > INT64_MAX / perPixel ? INT64_MAX : pixels * perPixel;
 }
 

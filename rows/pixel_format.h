@@ -4,8 +4,12 @@
 
 #include <cstdint>
 
-// Every picture pixel is four bytes.
+// Every picture pixel is four bytes: 32 bits, the depth of the pictures the plug-in opens
+// and makes.
 constexpr int32_t kPictureBytesPerPixel = 4;
+constexpr int32_t kPictureBitsPerPixel = 8 * kPictureBytesPerPixel;
+// A mask is a picture: its pixels are a picture's.
+constexpr int32_t kMaskBytesPerPixel = kPictureBytesPerPixel;
 
 // Pixel format codes. 1 to 6 are a bitmap context's alpha info (its low three bits, as
 // FormatCodeOf takes them); 8 is a true-colour image reached through its row table.

@@ -31,7 +31,7 @@ void MapRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixel
     }
     if (maskTo != PixelMap::kNone) {
       dst[maskTo] = static_cast<uint8_t>(dst[maskTo] | (255 - mask[maskGreen]));
-      mask += 4;
+      mask += kMaskBytesPerPixel;
     }
     src += inputStride;
     dst += outputStride;

@@ -13,8 +13,8 @@
 // (fewer when outputStride is smaller) are each
 //   table[k][taken] (or taken, without a table) | fill[k] | (the old byte & keep[k])
 // where taken is input byte from[k] (0 for kNone); the byte maskTo also takes 255 − the
-// mask pixel's byte maskGreen (mask pixels are four bytes). Bytes past the fourth are left
-// alone.
+// mask pixel's byte maskGreen (mask pixels are kMaskBytesPerPixel bytes). Bytes past the
+// fourth are left alone.
 struct PixelMap {
   static constexpr int8_t kNone = -1;
   // A picture's pixels unless set otherwise.

@@ -30,7 +30,7 @@ void MakeRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns
         inside && map.from[k] != PixelMap::kNone ? static_cast<uint8_t>(pixel * in + map.from[k]) : kZero;
     patterns->fill[byte] = inside ? map.fill[k] : 0;
     patterns->keep[byte] = inside ? map.keep[k] : 0;
-    patterns->maskShuffle[byte] = masked ? static_cast<uint8_t>(pixel * 4 + map.maskGreen) : kZero;
+    patterns->maskShuffle[byte] = masked ? static_cast<uint8_t>(pixel * kMaskBytesPerPixel + map.maskGreen) : kZero;
     patterns->maskFlip[byte] = masked ? 0xFF : 0;
   }
   // Sixteen pixels across 64 bytes (packing steps read these too).

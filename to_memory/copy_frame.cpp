@@ -32,8 +32,8 @@ int64_t ExtentOf(const CopyRequest& request, LineRange lines, int64_t pitch, int
   return extent > INTPTR_MAX ? -1 : extent;
 }
 
-}  // namespace
-
+// Returns false without a message for bad line arguments, and raises the first failed
+// check of nil receiver, block, mask or a negative offset. True when the copy may go on.
 bool ScreenCopyRequest(const CopyRequest& request) {
   if (request.destRowBytes < 0 || request.startLine < 0 || request.endLine < -1) return false;
   if (request.picture == nullptr) return RaiseException(kNilObjectException, kPictureIsNil), false;
@@ -44,6 +44,8 @@ bool ScreenCopyRequest(const CopyRequest& request) {
   if (request.offset < 0) return RaiseException(kUnsupportedOperationException, kOffsetTooSmall), false;
   return true;
 }
+
+}  // namespace
 
 bool CopyPictureLines(const CopyRequest& request) {
   if (!ScreenCopyRequest(request)) return false;
@@ -85,12 +87,10 @@ bool CopyPictureLines(const CopyRequest& request) {
   uint8_t* destination = base + request.offset;
   // Lines that follow one another in the picture, the mask and the block are one long row
   // (not when a taller mask takes the picture's rows past its end, where they rest on row 0).
-  const auto gapless = [](const PictureEditor& editor) {
-    return editor.PixelFormat != kFormatRowTable && editor.RowBytes == int64_t{editor.Width} * kPictureBytesPerPixel;
-  };
-  const bool maskAlongside =
-      !request.withMask || (gapless(mask) && mask.Width == source.Width && lines.last < source.Height);
-  if (request.yield == 0 && gapless(source) && maskAlongside && pitch == lineBytes && total <= INT32_MAX) {
+  const bool maskAlongside = !request.withMask || (mask.RowsBackToBack(mask.Width) && mask.Width == source.Width &&
+                                                   lines.last < source.Height);
+  if (request.yield == 0 && source.RowsBackToBack(source.Width) && maskAlongside && pitch == lineBytes &&
+      total <= INT32_MAX) {
     if (total > 0) copyRow(source.CurrentRow, mask.CurrentRow, destination, static_cast<int32_t>(total));
     return true;
   }

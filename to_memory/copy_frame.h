@@ -25,9 +25,5 @@ struct CopyRequest {
   bool maskCheckedFirst = false;
 };
 
-// Returns false without a message for bad line arguments, and raises the first failed
-// check of nil receiver, block, mask or a negative offset. True when the copy may go on.
-bool ScreenCopyRequest(const CopyRequest& request);
-
 // The whole copy: the method's result.
 bool CopyPictureLines(const CopyRequest& request);

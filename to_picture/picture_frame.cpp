@@ -42,8 +42,7 @@ REALpictureStruct* WritePictureRows(REALpictureStruct* destination, int32_t widt
   const int64_t total = int64_t{width} * height;
   const RowConverter convert(map, ActiveKernelTable(), total);
   // Rows that follow one another in the source and in the picture are one long row.
-  if (writer.PixelFormat != kFormatRowTable && rowStep == int64_t{width} * layout.stride &&
-      writer.RowBytes == int64_t{width} * kPictureBytesPerPixel && total <= INT32_MAX) {
+  if (writer.RowsBackToBack(width) && rowStep == int64_t{width} * layout.stride && total <= INT32_MAX) {
     convert(firstRow, nullptr, writer.CurrentRow, static_cast<int32_t>(total));
     return writer.RenderPictureWriter();
   }
