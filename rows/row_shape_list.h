@@ -1,21 +1,26 @@
-// The shapes of map that row kernels are written for, one record each. Everything made per
-// shape is made from this list: the Shape enum, the names, what a call prepares for its
-// kernel, each level's kernel set and the kernel table. Their order is free.
+// The shapes of map that row kernels are written for, one record each. The Shape enum, the
+// names, what a call prepares for a shape's kernels and the kernel table are made from this
+// list; each level names its kernel per shape in a switch over every shape (row_kernels-inl.h,
+// row_kernels_neon.cpp), so that a shape left out there fails the build. Their order is free.
 //
 // PIXELBRIDGE_ROW_SHAPE(Name, "for people", what its kernels read, its entry on any other
 //                       processor, its entry on AMD family 25)
 //
 // What the shape's own kernels read: the map alone (kMap), the map and its pixel words
-// (kWords), or the map and its shuffle patterns (kPatterns). Where a level has none of its own
-// for a shape, it runs one every level shares, which reads what it needs. A processor family's entry: Choice(the widest
-// level the shape may run at, whether calls that move more than the last-level cache holds
-// store around it). Levels below a processor's own are never chosen above it.
+// (kWords), or the map and its shuffle patterns (kPatterns). The row converter makes ready
+// that and no more, and the kernel tests run every kernel on it, so a record that says too
+// little fails them. Where a level has none of its own for a shape, it runs one every level
+// shares, which reads what it needs. A processor family's entry: Choice(the widest level
+// the shape may run at, whether calls that move more than the last-level cache holds store
+// around it). Levels below a processor's own are never chosen above it. The figures behind
+// the entries stand here and nowhere else (the README points here).
 //
 // Any other processor, Intel among them: the widest kernels for every shape. Measured on a
-// Xeon of family 6 model 167 with AVX-512 the same way as below (6 pairs): at 1920 × 1080
-// AVX-512 and AVX2 are within the noise (0.97 to 1.03) but for the gray tint and tables, where
-// AVX2 takes 1.08 to 1.11 × the time; at 320 × 240, in the caches, AVX2 takes 1.05 to 1.10 ×
-// for masks, kept pad bytes and channels and 1.29 to 1.31 × for the gray tint and tables.
+// Xeon of family 6 model 167 with AVX-512 the same way as below (6 pairs, 9 rounds), AVX-512
+// never lost: at 1920 × 1080 AVX-512 and AVX2 are within the noise (0.97 to 1.03) but for the
+// gray tint and tables, where AVX2 takes 1.08 to 1.11 × the time; at 320 × 240, in the
+// caches, AVX2 takes 1.05 to 1.10 × for masks, kept pad bytes and channels and 1.29 to 1.31 ×
+// for the gray tint and tables. Other processors are unmeasured.
 // Kernels that keep destination bytes read every line they store, so streaming saves them no
 // read: the pad-keeping copies came out at 1.08 to 1.21 × memcpy on 4096 × 2160 streamed,
 // against 0.86 to 1.08 stored the ordinary way (Zen 3, AVX2). Gray through tables or words
@@ -29,9 +34,16 @@
 // itself gives 0.94 to 1.06: that is the noise). AVX-512 runs only where it wins; Zen 3 has
 // no AVX-512 and runs AVX2 throughout. Streaming as on any other processor.
 //
-// Stores aligned to the 64-byte vector changed nothing on Intel (0.98 to 1.02) and made
-// AVX-512 win nowhere on AMD (four-byte copies 1.00 to 1.04 × the AVX2 time, mask copies 0.97
-// to 1.06, the rest as before): the 64-byte kernels have none.
+// Stores aligned to the 64-byte vector (each row's head peeled up to the boundary) changed
+// nothing on the Xeon (0.98 to 1.02 × the unaligned time for every method, with the block's
+// pixels 0 and 4 bytes past a 64-byte boundary, 6 pairs at 1920 × 1080) and made AVX-512 win
+// nowhere on Zen 4 (AVX2, AVX-512 and AVX-512 aligned alternating, 8 triples at 1920 × 1080):
+// four-byte copies went from 1.03 to 1.10 × the AVX2 time to 1.00 to 1.04, mask copies from
+// 1.01 to 1.09 to 0.97 to 1.06, and the other shapes stayed where they were (kept pad bytes
+// 1.05 to 1.07, BGR and RGB copies 1.04, channels 1.06 to 1.08, BGR and RGB sources 1.07 to
+// 1.11); at 320 × 240 every shape but the table lookups was within the noise either way, and
+// the table lookups took 0.46 to 0.50 × the AVX2 time aligned or not. The 64-byte kernels
+// have none.
 //
 // No include guard: each expansion includes the list again.
 

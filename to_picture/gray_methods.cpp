@@ -1,6 +1,5 @@
 // Gray sources, plain, tinted or mapped through three lookup tables: the tinted and mapped
-// overloads build their tables before the rows are walked. Also the LittleEndian choice of
-// the ARGB family.
+// overloads build their tables before the rows are walked.
 #include <algorithm>
 #include <climits>
 
@@ -97,22 +96,12 @@ REALpictureStruct* GrayMapped(typename Source::Handle source, int32_t offset, in
   return WriteGray(first, width, height, pixelByteSize, &tables);
 }
 
-template <typename Source>
-REALpictureStruct* ArgbX(typename Source::Handle source, int32_t offset, int32_t width, int32_t height,
-                         signed char littleEndian) {
-  // The conversion it hands on to tests the arguments, in the same order and with the same
-  // messages as every colour conversion; choosing it asks nothing of the host.
-  if (littleEndian != 0) return WithDest<Source, source_layouts::kBGRA>(nullptr, source, offset, width, height);
-  return WithDest<Source, source_layouts::kARGB>(nullptr, source, offset, width, height);
-}
-
 #define PIXELBRIDGE_INSTANTIATE(Source)                                                                              \
   template REALpictureStruct* Gray<Source>(Source::Handle, int32_t, int32_t, int32_t, int32_t);                      \
   template REALpictureStruct* GrayTint<Source>(Source::Handle, int32_t, int32_t, int32_t, int32_t, int32_t, int32_t, \
                                                int32_t);                                                             \
   template REALpictureStruct* GrayMapped<Source>(Source::Handle, int32_t, int32_t, int32_t, int32_t,                 \
-                                                 REALarrayInteger*, REALarrayInteger*, REALarrayInteger*);           \
-  template REALpictureStruct* ArgbX<Source>(Source::Handle, int32_t, int32_t, int32_t, signed char);
+                                                 REALarrayInteger*, REALarrayInteger*, REALarrayInteger*);
 PIXELBRIDGE_INSTANTIATE(FromBlock)
 PIXELBRIDGE_INSTANTIATE(FromPtr)
 #undef PIXELBRIDGE_INSTANTIATE

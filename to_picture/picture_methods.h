@@ -48,8 +48,8 @@ REALpictureStruct* NewFlippable(typename Source::Handle source, int32_t offset, 
 // (source, offset, width, height, LittleEndian): ARGB words in little-endian order are
 // B, G, R, A in memory.
 template <typename Source>
-REALpictureStruct* ArgbX(typename Source::Handle source, int32_t offset, int32_t width, int32_t height,
-                         signed char littleEndian);
+REALpictureStruct* ArgbLittleEndian(typename Source::Handle source, int32_t offset, int32_t width, int32_t height,
+                                    signed char littleEndian);
 
 // (source, offset, width, height, PixelByteSize[, Red, Blue, Green | Red(), Blue(), Green()])
 template <typename Source>
@@ -84,7 +84,7 @@ inline constexpr auto MemoryblockBGRAtoPictureQZV = &New<FromBlock, kBGRA>;
 inline constexpr auto MemoryblockRGBAtoPictureQZV = &NewFlippable<FromBlock, kRGBA>;
 inline constexpr auto MemoryblockBGRtoPictureQZV = &New<FromBlock, kBGR>;
 inline constexpr auto MemoryblockRGBtoPictureQZV = &New<FromBlock, kRGB>;
-inline constexpr auto MemoryblockARGBtoPictureQZV_littleEndian = &picture_methods::ArgbX<FromBlock>;
+inline constexpr auto MemoryblockARGBtoPictureQZV_littleEndian = &picture_methods::ArgbLittleEndian<FromBlock>;
 inline constexpr auto MemoryblockGrayToPictureQZV = &picture_methods::Gray<FromBlock>;
 inline constexpr auto MemoryblockGrayToPictureQZV_tint = &picture_methods::GrayTint<FromBlock>;
 inline constexpr auto MemoryblockGrayToPictureQZV_tables = &picture_methods::GrayMapped<FromBlock>;
@@ -101,7 +101,7 @@ inline constexpr auto PtrBGRAtoPictureQZV = &New<FromPtr, kBGRA>;
 inline constexpr auto PtrRGBAtoPictureQZV = &NewFlippable<FromPtr, kRGBA>;
 inline constexpr auto PtrBGRtoPictureQZV = &New<FromPtr, kBGR>;
 inline constexpr auto PtrRGBtoPictureQZV = &New<FromPtr, kRGB>;
-inline constexpr auto PtrARGBtoPictureQZV_littleEndian = &picture_methods::ArgbX<FromPtr>;
+inline constexpr auto PtrARGBtoPictureQZV_littleEndian = &picture_methods::ArgbLittleEndian<FromPtr>;
 inline constexpr auto PtrGrayToPictureQZV = &picture_methods::Gray<FromPtr>;
 inline constexpr auto PtrGrayToPictureQZV_tint = &picture_methods::GrayTint<FromPtr>;
 inline constexpr auto PtrGrayToPictureQZV_tables = &picture_methods::GrayMapped<FromPtr>;
