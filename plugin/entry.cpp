@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "host/host_function_list.h"
+#include "platform/allocation.h"
 #include "plugin/registration.h"
 
 int32_t CurrentREALControlVersion = 0;
@@ -54,7 +55,7 @@ RecordWord* CutRecords(const void* list, intptr_t count, size_t fromWords, size_
   if (list == nullptr || count == 0) return nullptr;
   const int64_t recordBytes = static_cast<int64_t>(toWords * sizeof(RecordWord));
   if (count < 0 || count > INT32_MAX / recordBytes) return nullptr;
-  auto* cut = static_cast<RecordWord*>(calloc(static_cast<size_t>(count), toWords * sizeof(RecordWord)));
+  auto* cut = static_cast<RecordWord*>(PlatformCalloc(static_cast<size_t>(count), toWords * sizeof(RecordWord)));
   if (cut == nullptr) {
     *failed = true;
     return nullptr;
@@ -75,7 +76,7 @@ RecordWord* CutProperties(const REALproperty* list, intptr_t count, bool* failed
 // the class is left as it was and false is returned: it then isn't registered at all.
 bool ConvertClassToVersion9() {
   const REALclassDefinition& from = pictureClass;
-  auto* to = static_cast<REALclassDefinition*>(calloc(1, sizeof(REALclassDefinition)));
+  auto* to = static_cast<REALclassDefinition*>(PlatformCalloc(1, sizeof(REALclassDefinition)));
   if (to == nullptr) return false;
   bool failed = false;
   to->version = 9;

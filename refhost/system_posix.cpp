@@ -1,5 +1,5 @@
-// The host's system layer on Linux and macOS: dlopen, mmap and mprotect, fork.
-#include <dlfcn.h>
+// The host's system layer on Linux and macOS: mmap and mprotect, fork, the program's folder
+// (loading is system_dlopen.cpp's, or in the Mac run tree system_mac_bundle.cpp's).
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,14 +13,6 @@
 #include "refhost/system.h"
 
 namespace refhost::os {
-
-void* LoadPlugin(const std::string& path, std::string* error) {
-  void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr && error != nullptr) *error = dlerror();
-  return library;
-}
-
-void* PluginSymbol(void* library, const char* name) { return dlsym(library, name); }
 
 std::string ProgramFolder() {
   char path[PATH_MAX] = {};

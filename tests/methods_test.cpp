@@ -7,18 +7,7 @@ namespace {
 
 using pixeltest::kCopyCount;
 
-// "host" lines start a host, other lines are calls on it.
-TEST(Methods, CaseTable) {
-  std::vector<std::pair<refhost::HostConfig, std::vector<std::string>>> hosts;
-  for (const std::string& line : pixeltest::DataLines("calls.txt")) {
-    if (line.rfind("host ", 0) == 0) hosts.push_back({pixeltest::ParseHost(line, PIXELBRIDGE_PLUGIN), {}});
-    else hosts.back().second.push_back(line);
-  }
-  for (const auto& [config, calls] : hosts)
-    pixeltest::InHost(config, [&, &calls = calls](refhost::Host& host) {
-      for (const std::string& call : calls) pixeltest::ExpectCall(host, call);
-    });
-}
+TEST(Methods, CaseTable) { pixeltest::ExpectCaseTable(PIXELBRIDGE_PLUGIN); }
 
 // Copies take lines 1 to 3 of 4 from a picture of each format, with a gap after each line
 // and bytes before the offset; conversions make pictures of each format.

@@ -3,7 +3,6 @@
 
 #include <string>
 
-#include "platform/cpu.h"
 #include "refhost/system.h"
 
 // Every AddressSanitizer build checks each host process for leaks.
@@ -96,7 +95,8 @@ void ExpectBalanced(const refhost::CallResult& result) {
 
 void ForEachSimdLevel(refhost::Host& host, const std::function<void()>& body) {
   auto cap = Probe<void (*)(int)>(host, "PixelbridgeProbeCapSimd");
-  for (int level = 0; level <= static_cast<int>(DetectedSimdLevel()); ++level) {
+  const int widest = Probe<int (*)()>(host, "PixelbridgeProbeDetectedSimd")();
+  for (int level = 0; level <= widest; ++level) {
     SCOPED_TRACE(testing::Message() << "SIMD level " << level);
     cap(level);
     body();
@@ -112,6 +112,19 @@ CallOutcome ExpectCall(refhost::Host& host, const MethodCall& call) {
 CallOutcome ExpectCall(refhost::Host& host, const std::string& line) {
   SCOPED_TRACE(line);
   return ExpectCall(host, ParseCall(line));
+}
+
+// "host" lines start a host, other lines are calls on it.
+void ExpectCaseTable(const std::string& plugin) {
+  std::vector<std::pair<refhost::HostConfig, std::vector<std::string>>> hosts;
+  for (const std::string& line : DataLines("calls.txt")) {
+    if (line.rfind("host ", 0) == 0) hosts.push_back({ParseHost(line, plugin), {}});
+    else hosts.back().second.push_back(line);
+  }
+  for (const auto& [config, calls] : hosts)
+    InHost(config, [&, &calls = calls](refhost::Host& host) {
+      for (const std::string& call : calls) ExpectCall(host, call);
+    });
 }
 
 }  // namespace pixeltest

@@ -38,12 +38,14 @@ Function Probe(refhost::Host& host, const char* name) {
   return reinterpret_cast<Function>(symbol);
 }
 
-// Runs `body` once for each SIMD level the kernels may use here, with the probe build's
-// kernels held to that level.
+// Runs `body` once for each SIMD level the probe build's kernels may use on their processor,
+// with the kernels held to that level.
 void ForEachSimdLevel(refhost::Host& host, const std::function<void()>& body);
 
 // Runs the call (tests/support/method_calls.h) and fails the case for every rule it broke.
 CallOutcome ExpectCall(refhost::Host& host, const MethodCall& call);
 CallOutcome ExpectCall(refhost::Host& host, const std::string& line);
+// Every call of the case table (tests/data/calls.txt) on its hosts, each loading `plugin`.
+void ExpectCaseTable(const std::string& plugin);
 
 }  // namespace pixeltest

@@ -11,6 +11,7 @@
 #include "host/host_functions.h"
 #include "host/host_kind.h"
 #include "host/yield.h"
+#include "platform/allocation.h"
 #include "platform/clock.h"
 #include "platform/cpu.h"
 #include "plugin/registration.h"
@@ -41,12 +42,11 @@ PROBE void PixelbridgeProbeSetClock(uint32_t ticks, int32_t milliseconds) {
 }
 PROBE int PixelbridgeProbeClockReads() { return gClockReads; }
 
-// The probe is linked with --wrap=calloc: from the chosen call on, allocations fail.
-extern "C" void* __real_calloc(size_t count, size_t size);
-extern "C" void* __wrap_calloc(size_t count, size_t size) {
+// The plug-in's allocation, in place of platform/allocation.cpp: from the chosen call on, it fails.
+void* PlatformCalloc(size_t count, size_t size) {
   ++gAllocationsSeen;
   if (gFailAllocationsFrom > 0 && gAllocationsSeen >= gFailAllocationsFrom) return nullptr;
-  return __real_calloc(count, size);
+  return calloc(count, size);
 }
 
 PROBE void PixelbridgeProbeFailAllocationsFrom(int call) {
@@ -124,3 +124,6 @@ PROBE void PixelbridgeProbeFree(void* memory) { free(memory); }
 // Holds every shape's kernels to one SIMD level from now on (at most the detected one), or
 // with -1 lets the kernel table choose again.
 PROBE void PixelbridgeProbeCapSimd(int level) { HoldSimdLevel(level); }
+// The widest level the plug-in found on its processor (a Mac bundle's arm64 slice's is NEON's
+// however wide the test's own processor is).
+PROBE int PixelbridgeProbeDetectedSimd() { return static_cast<int>(DetectedSimdLevel()); }

@@ -1,0 +1,222 @@
+// The emulated arm64 processor: shared mappings, stubs by a code hook, pages lent on first
+// touch, calls in (nested ones too) and faults reported with where the guest was.
+#include "refhost/arm64_machine.h"
+
+#include <sys/mman.h>
+#include <unicorn/unicorn.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "refhost/process_maps.h"
+
+namespace refhost::macho {
+namespace {
+
+constexpr uint64_t kStubBytes = 0x10000, kSlotBytes = 16;
+constexpr int kSlots = kStubBytes / kSlotBytes;
+constexpr int kDeepest = 16;  // nested calls; the last slots are where each depth's call returns to
+constexpr uint64_t kStackBytes = 8 << 20;
+constexpr uint64_t kRedZone = 512;  // below a stub's caller's stack pointer, kept when calling in again
+constexpr uint64_t kPage = 0x1000;
+
+uint64_t RoundUp(uint64_t value, uint64_t to) { return (value + to - 1) / to * to; }
+
+uint8_t* MapRegion(uint64_t bytes) {
+  void* region = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return region == MAP_FAILED ? nullptr : static_cast<uint8_t*>(region);
+}
+
+}  // namespace
+
+Arm64Machine* Arm64Machine::Start(const std::string& bundle, std::string* error) {
+  auto* machine = new Arm64Machine(bundle);
+  Arm64Machine& m = *machine;
+  uc_err err = uc_open(UC_ARCH_ARM64, UC_MODE_ARM, &m.uc_);
+  if (err == UC_ERR_OK) err = uc_ctl_set_cpu_model(m.uc_, UC_CPU_ARM64_MAX);
+  m.stubs_ = MapRegion(kStubBytes);
+  m.stack_ = MapRegion(kStackBytes);
+  if (err != UC_ERR_OK || m.stubs_ == nullptr || m.stack_ == nullptr) {
+    *error = std::string("no emulated arm64 processor: ") + uc_strerror(err);
+    return nullptr;
+  }
+  for (uint64_t at = 0; at < kStubBytes; at += kSlotBytes) memcpy(m.stubs_ + at, "\xC0\x03\x5F\xD6", 4);  // ret
+  if (!m.Map(reinterpret_cast<uint64_t>(m.stubs_), kStubBytes, UC_PROT_READ | UC_PROT_EXEC, error) ||
+      !m.Map(reinterpret_cast<uint64_t>(m.stack_), kStackBytes, UC_PROT_READ | UC_PROT_WRITE, error))
+    return nullptr;
+  uc_hook hook;
+  const uint64_t stubs = reinterpret_cast<uint64_t>(m.stubs_);
+  uc_hook_add(m.uc_, &hook, UC_HOOK_CODE, reinterpret_cast<void*>(&OnStub), machine, stubs, stubs + kStubBytes - 1);
+  uc_hook_add(m.uc_, &hook, UC_HOOK_MEM_UNMAPPED, reinterpret_cast<void*>(&OnUnmapped), machine, 1, 0);
+  return machine;
+}
+
+bool Arm64Machine::Load(const Image& image, std::string* error) {
+  image_ = &image;
+  const Slice& slice = image.slice();
+  const uint64_t base = reinterpret_cast<uint64_t>(image.base());
+  uint64_t mapped = base;
+  for (const Segment& segment : slice.segments) {
+    if (segment.protection == 0) continue;
+    const uint64_t at = base + (segment.address - slice.ImageStart());
+    const uint64_t bytes = RoundUp(segment.size, kPage);  // __LINKEDIT's size is not whole pages
+    if (!Map(at, bytes, segment.protection & 7, error)) return false;
+    mapped = std::max(mapped, at + bytes);
+  }
+  return mapped >= base + image.size() || Map(mapped, base + image.size() - mapped, UC_PROT_READ, error);
+}
+
+bool Arm64Machine::Map(uint64_t address, uint64_t bytes, uint32_t protection, std::string* error) {
+  const uc_err err = uc_mem_map_ptr(uc_, address, bytes, protection, reinterpret_cast<void*>(address));
+  if (err != UC_ERR_OK) *error = std::string("the emulator can't map the image: ") + uc_strerror(err);
+  return err == UC_ERR_OK;
+}
+
+uint64_t Arm64Machine::Stub(const std::string& name, StubHandler handler, void* native, bool keepsMappings) {
+  const uint64_t stubs = reinterpret_cast<uint64_t>(stubs_);
+  for (size_t i = 0; i < slots_.size(); ++i)
+    if (slots_[i].handler == handler && slots_[i].native == native && slots_[i].name == name) return stubs + i * kSlotBytes;
+  if (slots_.size() == kSlots - kDeepest) {
+    fprintf(stderr, "pixelhost: the arm64 runner is out of stubs (%d)\n", kSlots - kDeepest);
+    abort();
+  }
+  slots_.push_back({name, handler, native, keepsMappings});
+  return stubs + (slots_.size() - 1) * kSlotBytes;
+}
+
+uint64_t Arm64Machine::Register(int id) {
+  uint64_t value = 0;
+  uc_reg_read(uc_, id, &value);
+  return value;
+}
+
+void Arm64Machine::Return(uint64_t word) { uc_reg_write(uc_, UC_ARM64_REG_X0, &word); }
+
+void Arm64Machine::ReturnDouble(double value) {
+  uint64_t bits[2] = {0, 0};
+  memcpy(bits, &value, sizeof value);
+  uc_reg_write(uc_, UC_ARM64_REG_D0, bits);
+}
+
+uint64_t GuestArguments::Next(int bytes) {
+  if (register_ < 8) return machine_.Register(UC_ARM64_REG_X0 + register_++);
+  stack_ = RoundUp(stack_, static_cast<uint64_t>(bytes));
+  uint64_t value = 0;
+  memcpy(&value, reinterpret_cast<const void*>(machine_.Register(UC_ARM64_REG_SP) + stack_), static_cast<size_t>(bytes));
+  stack_ += static_cast<uint64_t>(bytes);
+  return value;
+}
+
+uint64_t Arm64Machine::Call(uint64_t function, const uint64_t* words, const uint8_t* sizes, int count) {
+  if (depth_ == kDeepest) {
+    fprintf(stderr, "pixelhost: calls into the arm64 slice nested %d deep\n", kDeepest);
+    abort();
+  }
+  ForgetLent();  // native code ran since the guest last did
+  uc_context* caller = nullptr;
+  uint64_t sp = reinterpret_cast<uint64_t>(stack_) + kStackBytes;
+  if (depth_ > 0) {  // from a stub's handler: below its caller's frame
+    uc_context_alloc(uc_, &caller);
+    uc_context_save(uc_, caller);
+    sp = Register(UC_ARM64_REG_SP) - kRedZone;
+  }
+  // Arguments past the eighth on the stack, each at its size and alignment.
+  uint64_t stackBytes = 0;
+  for (int i = 8; i < count; ++i) stackBytes = RoundUp(stackBytes, sizes[i]) + sizes[i];
+  sp = (sp - stackBytes) & ~uint64_t{15};
+  for (int i = 8, offset = 0; i < count; offset += sizes[i], ++i) {
+    offset = static_cast<int>(RoundUp(static_cast<uint64_t>(offset), sizes[i]));
+    memcpy(reinterpret_cast<void*>(sp + static_cast<uint64_t>(offset)), &words[i], sizes[i]);
+  }
+  for (int i = 0; i < count && i < 8; ++i) {
+    // The caller extends arguments narrower than 32 bits to 32.
+    const uint64_t word = sizes[i] == 1 ? (words[i] & 0xFF) : sizes[i] == 2 ? (words[i] & 0xFFFF) : words[i];
+    uc_reg_write(uc_, UC_ARM64_REG_X0 + i, &word);
+  }
+  const uint64_t exit = reinterpret_cast<uint64_t>(stubs_) + (kSlots - 1 - depth_) * kSlotBytes, frame = 0;
+  uc_reg_write(uc_, UC_ARM64_REG_LR, &exit);
+  uc_reg_write(uc_, UC_ARM64_REG_FP, &frame);
+  uc_reg_write(uc_, UC_ARM64_REG_SP, &sp);
+  ++depth_;
+  const uc_err err = uc_emu_start(uc_, function, exit, 0, 0);
+  --depth_;
+  if (err != UC_ERR_OK) Fault(err);
+  const uint64_t result = Register(UC_ARM64_REG_X0);
+  if (caller != nullptr) {
+    uc_context_restore(uc_, caller);
+    uc_context_free(caller);
+  }
+  return result;
+}
+
+void Arm64Machine::OnStub(uc_struct*, uint64_t address, uint32_t, void* self) {
+  auto& m = *static_cast<Arm64Machine*>(self);
+  const uint64_t slot = (address - reinterpret_cast<uint64_t>(m.stubs_)) / kSlotBytes;
+  if (slot >= m.slots_.size()) return;  // where a call returns to
+  const Slot& stub = m.slots_[slot];
+  stub.handler(m, stub.native);
+  if (!stub.keepsMappings) m.ForgetLent();  // the handler may have freed or remapped what was lent
+}
+
+// A page of this process the guest touched: the whole mapping that holds it, as it is now
+// readable or writable, less what the emulator maps already. Pages that can't be read stay
+// out, so the guest faults there as it would on the Mac.
+bool Arm64Machine::OnUnmapped(uc_struct*, int, uint64_t address, int, int64_t, void* self) {
+  auto& m = *static_cast<Arm64Machine*>(self);
+  m.fault_address_ = address;
+  Mapping mapping;
+  if (address < 0x10000 || !MappingAt(address, &mapping) || !mapping.readable) return false;
+  m.Lend(mapping);
+  return true;
+}
+
+void Arm64Machine::Lend(const Mapping& mapping) {
+  uc_mem_region* regions = nullptr;
+  uint32_t count = 0;
+  uc_mem_regions(uc_, &regions, &count);
+  std::vector<std::pair<uint64_t, uint64_t>> taken;  // first byte, byte past
+  for (uint32_t i = 0; i < count; ++i)
+    if (regions[i].end >= mapping.begin && regions[i].begin < mapping.end)
+      taken.emplace_back(regions[i].begin, regions[i].end + 1);
+  uc_free(regions);
+  std::sort(taken.begin(), taken.end());
+  const uint32_t protection = UC_PROT_READ | (mapping.writable ? UC_PROT_WRITE : 0);
+  const auto lend = [&](uint64_t from, uint64_t to) {
+    if (from < to && uc_mem_map_ptr(uc_, from, to - from, protection, reinterpret_cast<void*>(from)) == UC_ERR_OK)
+      lent_.emplace_back(from, to - from);
+  };
+  uint64_t from = mapping.begin;
+  for (const auto& [begin, end] : taken) {
+    lend(from, begin);
+    from = std::max(from, end);
+  }
+  lend(from, mapping.end);
+}
+
+void Arm64Machine::ForgetLent() {
+  for (const auto& [begin, bytes] : lent_) uc_mem_unmap(uc_, begin, bytes);
+  lent_.clear();
+}
+
+void Arm64Machine::Fault(int error) {
+  const uint64_t pc = Register(UC_ARM64_REG_PC);
+  std::string what = uc_strerror(static_cast<uc_err>(error));
+  if (error == UC_ERR_READ_UNMAPPED || error == UC_ERR_WRITE_UNMAPPED || error == UC_ERR_WRITE_PROT ||
+      error == UC_ERR_READ_PROT) {
+    char address[80];
+    snprintf(address, sizeof address, " at 0x%llx, ", static_cast<unsigned long long>(fault_address_));
+    what += address + std::string(DescribeFaultAddress(fault_address_));
+  }
+  const std::string where = image_ != nullptr ? image_->Describe(pc) : "";
+  fprintf(stderr, "pixelhost: the arm64 slice of %s faulted: %s; pc 0x%llx%s%s\n", bundle_.c_str(), what.c_str(),
+          static_cast<unsigned long long>(pc), where.empty() ? " (outside the image)" : ", ", where.c_str());
+  fflush(stderr);
+  signal(SIGSEGV, SIG_DFL);
+  raise(SIGSEGV);
+  abort();
+}
+
+}  // namespace refhost::macho

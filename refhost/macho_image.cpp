@@ -1,0 +1,115 @@
+// Mapping a slice: one anonymous region for the whole image, the segments' file bytes copied
+// in, then the rebases and binds dyld would apply.
+#include "refhost/macho_image.h"
+
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace refhost::macho {
+namespace {
+
+constexpr uint64_t kPage = 0x4000;  // Apple silicon's page, which both slices' segments are aligned to
+
+uint64_t RoundUp(uint64_t value, uint64_t to) { return (value + to - 1) / to * to; }
+
+}  // namespace
+
+bool Image::Map(Slice slice, const Binder& binder, std::string* error) {
+  slice_ = std::move(slice);
+  const uint64_t start = slice_.ImageStart();
+  size_ = RoundUp(slice_.ImageSize(), kPage);
+  void* region = mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (region == MAP_FAILED) {
+    *error = "no room for an image of " + std::to_string(size_) + " bytes";
+    return false;
+  }
+  base_ = static_cast<uint8_t*>(region);
+  const auto inImage = [&](uint64_t address, uint64_t bytes) {
+    return address >= start && address - start <= size_ && bytes <= size_ - (address - start);
+  };
+  for (const Segment& segment : slice_.segments) {
+    if (segment.protection == 0 || segment.fileSize == 0) continue;
+    if (!inImage(segment.address, segment.fileSize) || segment.fileOffset > slice_.bytes.size() ||
+        segment.fileSize > slice_.bytes.size() - segment.fileOffset) {
+      *error = "segment " + segment.name + " lies outside the image or the file";
+      return false;
+    }
+    memcpy(base_ + (segment.address - start), slice_.bytes.data() + segment.fileOffset, segment.fileSize);
+  }
+  const uint64_t slide = reinterpret_cast<uint64_t>(base_) - start;
+  for (uint64_t address : slice_.rebases) {
+    if (!inImage(address, 8)) {
+      *error = "a rebase outside the image";
+      return false;
+    }
+    uint64_t pointer;
+    memcpy(&pointer, base_ + (address - start), 8);
+    pointer += slide;
+    memcpy(base_ + (address - start), &pointer, 8);
+  }
+  for (const Bind& bind : slice_.binds) {
+    uint64_t target = 0;
+    const auto own = slice_.exports.find(bind.symbol);
+    if (bind.library <= 0 && own != slice_.exports.end()) target = reinterpret_cast<uint64_t>(base_) + own->second;
+    else if (!binder(bind, &target, error)) return false;
+    if (!inImage(bind.address, 8)) {
+      *error = "the bind of " + bind.symbol + " lies outside the image";
+      return false;
+    }
+    target += static_cast<uint64_t>(bind.addend);
+    memcpy(base_ + (bind.address - start), &target, 8);
+  }
+  PlaceThreadLocals();
+  return true;
+}
+
+void Image::Protect() const {
+  const uint64_t start = slice_.ImageStart();
+  for (const Segment& segment : slice_.segments) {
+    if (segment.protection == 0) continue;
+    const int protection = ((segment.protection & 1) ? PROT_READ : 0) | ((segment.protection & 2) ? PROT_WRITE : 0) |
+                           ((segment.protection & 4) ? PROT_EXEC : 0);
+    mprotect(base_ + (segment.address - start), RoundUp(segment.size, kPage), protection);
+  }
+}
+
+uint64_t Image::Export(const std::string& name) const {
+  const auto found = slice_.exports.find(name);
+  return found == slice_.exports.end() ? 0 : reinterpret_cast<uint64_t>(base_) + found->second;
+}
+
+std::string Image::Describe(uint64_t address) const {
+  if (!Contains(address)) return "";
+  const uint64_t offset = address - reinterpret_cast<uint64_t>(base_);
+  char text[40];
+  snprintf(text, sizeof text, "offset 0x%llx in the image", static_cast<unsigned long long>(offset));
+  const std::string symbol = slice_.NearestSymbol(slice_.ImageStart() + offset);
+  return text + (symbol.empty() ? "" : ", in " + symbol);
+}
+
+// The block: the template sections' initial values, then zeroes; each descriptor
+// {thunk, key, offset} gets the block's address in its key word.
+void Image::PlaceThreadLocals() {
+  uint64_t low = UINT64_MAX, high = 0;
+  for (const Section& section : slice_.sections) {
+    if (section.type != kThreadLocalRegular && section.type != kThreadLocalZeroFill) continue;
+    low = std::min(low, section.address);
+    high = std::max(high, section.address + section.size);
+  }
+  if (high <= low) return;
+  auto* block = static_cast<uint8_t*>(calloc(1, high - low));
+  const uint64_t start = slice_.ImageStart();
+  for (const Section& section : slice_.sections) {
+    if (section.type == kThreadLocalRegular) memcpy(block + (section.address - low), base_ + (section.address - start), section.size);
+    if (section.type != kThreadLocalVariables) continue;
+    for (uint64_t at = section.address; at + 24 <= section.address + section.size; at += 24) {
+      const auto key = reinterpret_cast<uint64_t>(block);
+      memcpy(base_ + (at - start) + 8, &key, 8);
+    }
+  }
+}
+
+}  // namespace refhost::macho

@@ -1,0 +1,44 @@
+// A Mach-O slice laid out in this process's memory as dyld would lay it out: its segments
+// at one slide from their addresses, the pointers its rebases name moved by that slide, the
+// pointers its binds name set to what this process serves for each import, and one block of
+// thread-local variables (a process runs one thread of the plug-in) whose address each
+// variable's descriptor holds in its key word.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "refhost/macho_file.h"
+
+namespace refhost::macho {
+
+class Image {
+ public:
+  // The address an import is bound to (0 for a weak import nothing serves), or false with
+  // why it can't be served.
+  using Binder = std::function<bool(const Bind& bind, uint64_t* address, std::string* error)>;
+
+  // Maps `slice` (read and write, nothing run yet), rebases and binds it; false with the reason.
+  bool Map(Slice slice, const Binder& binder, std::string* error);
+  // Each segment as its protection says, to run the slice on this processor.
+  void Protect() const;
+
+  const Slice& slice() const { return slice_; }
+  uint8_t* base() const { return base_; }
+  uint64_t size() const { return size_; }  // whole pages
+  bool Contains(uint64_t address) const { return address - reinterpret_cast<uint64_t>(base_) < size_; }
+  // The address of an export ("_REALPluginMain"), 0 when the slice has none.
+  uint64_t Export(const std::string& name) const;
+  // "offset 0x1234 in the image, in _Name+0x10" for an address in it; "" elsewhere.
+  std::string Describe(uint64_t address) const;
+
+ private:
+  void PlaceThreadLocals();
+
+  Slice slice_;
+  uint8_t* base_ = nullptr;
+  uint64_t size_ = 0;
+};
+
+}  // namespace refhost::macho
