@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <deque>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -90,7 +91,8 @@ void RegisterClassExtension(Arm64Machine& machine, void* native) {
   const size_t stride = copy[0] == 9 ? 4 : kMethodWords;
   for (size_t list : {9, 23}) {
     const auto* methods = reinterpret_cast<const uintptr_t*>(copy[list]);
-    copy[list] = reinterpret_cast<uintptr_t>(CopyMethods(machine, methods, static_cast<intptr_t>(copy[list + 1]), stride, true));
+    copy[list] =
+        reinterpret_cast<uintptr_t>(CopyMethods(machine, methods, static_cast<intptr_t>(copy[list + 1]), stride, true));
   }
   reinterpret_cast<void (*)(void*)>(native)(copy);
 }
@@ -101,9 +103,8 @@ void LoadObjectMethod(Arm64Machine& machine, void* native) {
   auto* object = reinterpret_cast<REALobjectStruct*>(in.Next(8));
   auto* declaration = reinterpret_cast<const char*>(in.Next(8));
   void* method = reinterpret_cast<void* (*)(REALobjectStruct*, const char*)>(native)(object, declaration);
-  machine.Return(method == nullptr ? 0
-                                   : machine.Stub("DrawPicture", HandlerFor(static_cast<DrawPictureMethod>(nullptr)),
-                                                  method));
+  machine.Return(
+      method == nullptr ? 0 : machine.Stub("DrawPicture", HandlerFor(static_cast<DrawPictureMethod>(nullptr)), method));
 }
 
 // Each host function by its C type from the list, but the three whose arguments or result
@@ -122,6 +123,18 @@ StubHandler HandlerForHostFunction(const std::string& name) {
   return found == kHandlers.end() ? nullptr : found->second;
 }
 
+// Host functions that only read or make objects: they free nothing, so what the guest was
+// lent stays as it was (the others may give back an object's pages, or run the host).
+bool KeepsMappings(const std::string& name) {
+  static const std::set<std::string> kKeeping = {
+      "RegisterPluginVersion", "REALGetRBVersion",    "pluginObjectType",
+      "REALLockObject",        "PluginNewInstance",   "REALBuildString",
+      "REALSetStringEncoding", "REALGetPropValueInt", "REALGetPropValueBool",
+      "REALSetPropValueInt",   "newPicture",          "memoryBlockGetPtr",
+      "memoryBlockGetSize",    "RuntimeUBound",       "RuntimeDirectReadIntArray"};
+  return kKeeping.count(name) != 0;
+}
+
 // The resolver as the guest calls it: the host's answer, as a stub.
 void Resolve(Arm64Machine& machine, void* native) {
   const auto* name = reinterpret_cast<const char*>(GuestArguments(machine).Next(8));
@@ -129,7 +142,8 @@ void Resolve(Arm64Machine& machine, void* native) {
   const StubHandler handler = name != nullptr ? HandlerForHostFunction(name) : nullptr;
   if (function != nullptr && handler == nullptr)
     fprintf(stderr, "pixelhost: the host answered \"%s\", a function the arm64 runner can't bridge\n", name);
-  machine.Return(function != nullptr && handler != nullptr ? machine.Stub(name, handler, function) : 0);
+  machine.Return(function != nullptr && handler != nullptr ? machine.Stub(name, handler, function, KeepsMappings(name))
+                                                           : 0);
 }
 
 uint64_t StubForResolver(Arm64Machine& machine, Resolver resolver) {

@@ -22,6 +22,7 @@ constexpr int kDeepest = 16;  // nested calls; the last slots are where each dep
 constexpr uint64_t kStackBytes = 8 << 20;
 constexpr uint64_t kRedZone = 512;  // below a stub's caller's stack pointer, kept when calling in again
 constexpr uint64_t kPage = 0x1000;
+constexpr uint64_t kLendBytes = 1 << 20;
 
 uint64_t RoundUp(uint64_t value, uint64_t to) { return (value + to - 1) / to * to; }
 
@@ -78,7 +79,8 @@ bool Arm64Machine::Map(uint64_t address, uint64_t bytes, uint32_t protection, st
 uint64_t Arm64Machine::Stub(const std::string& name, StubHandler handler, void* native, bool keepsMappings) {
   const uint64_t stubs = reinterpret_cast<uint64_t>(stubs_);
   for (size_t i = 0; i < slots_.size(); ++i)
-    if (slots_[i].handler == handler && slots_[i].native == native && slots_[i].name == name) return stubs + i * kSlotBytes;
+    if (slots_[i].handler == handler && slots_[i].native == native && slots_[i].name == name)
+      return stubs + i * kSlotBytes;
   if (slots_.size() == kSlots - kDeepest) {
     fprintf(stderr, "pixelhost: the arm64 runner is out of stubs (%d)\n", kSlots - kDeepest);
     abort();
@@ -105,7 +107,8 @@ uint64_t GuestArguments::Next(int bytes) {
   if (register_ < 8) return machine_.Register(UC_ARM64_REG_X0 + register_++);
   stack_ = RoundUp(stack_, static_cast<uint64_t>(bytes));
   uint64_t value = 0;
-  memcpy(&value, reinterpret_cast<const void*>(machine_.Register(UC_ARM64_REG_SP) + stack_), static_cast<size_t>(bytes));
+  memcpy(&value, reinterpret_cast<const void*>(machine_.Register(UC_ARM64_REG_SP) + stack_),
+         static_cast<size_t>(bytes));
   stack_ += static_cast<uint64_t>(bytes);
   return value;
 }
@@ -161,15 +164,21 @@ void Arm64Machine::OnStub(uc_struct*, uint64_t address, uint32_t, void* self) {
   if (!stub.keepsMappings) m.ForgetLent();  // the handler may have freed or remapped what was lent
 }
 
-// A page of this process the guest touched: the whole mapping that holds it, as it is now
-// readable or writable, less what the emulator maps already. Pages that can't be read stay
+// A page of this process the guest touched: the aligned megabyte around it, as far as the
+// mapping that holds it reaches, readable or writable as it is now, less what the emulator
+// maps already (a megabyte, not the whole mapping: the emulator forgets a page at a cost);
+// for an access across the megabyte's end, the next one too. Pages that can't be read stay
 // out, so the guest faults there as it would on the Mac.
-bool Arm64Machine::OnUnmapped(uc_struct*, int, uint64_t address, int, int64_t, void* self) {
+bool Arm64Machine::OnUnmapped(uc_struct*, int, uint64_t address, int size, int64_t, void* self) {
   auto& m = *static_cast<Arm64Machine*>(self);
-  m.fault_address_ = address;
-  Mapping mapping;
-  if (address < 0x10000 || !MappingAt(address, &mapping) || !mapping.readable) return false;
-  m.Lend(mapping);
+  for (const uint64_t touched : {address, address + static_cast<uint64_t>(std::max(size, 1)) - 1}) {
+    m.fault_address_ = touched;
+    Mapping mapping;
+    if (touched < 0x10000 || !MappingAt(touched, &mapping) || !mapping.readable) return false;
+    mapping.begin = std::max(mapping.begin, touched & ~(kLendBytes - 1));
+    mapping.end = std::min(mapping.end, (touched & ~(kLendBytes - 1)) + kLendBytes);
+    m.Lend(mapping);
+  }
   return true;
 }
 

@@ -40,7 +40,9 @@ int IntelTimebase(Timebase* timebase) {
   *timebase = {1, 1};
   return 0;  // KERN_SUCCESS
 }
-uint64_t AppleSiliconAbsoluteTime() { return static_cast<uint64_t>(static_cast<unsigned __int128>(Nanoseconds()) * 3 / 125); }
+uint64_t AppleSiliconAbsoluteTime() {
+  return static_cast<uint64_t>(static_cast<unsigned __int128>(Nanoseconds()) * 3 / 125);
+}
 int AppleSiliconTimebase(Timebase* timebase) {
   *timebase = {125, 3};
   return 0;
@@ -76,8 +78,9 @@ void StackSmashed() {
 // Bound, as dyld binds them, and never called: lazy binding (every pointer is bound at load)
 // and C++ exceptions, which the plug-in never lets out of its code.
 void NeverCalled() {
-  fprintf(stderr, "pixelhost: the Mac bundle threw a C++ exception or bound a symbol lazily, which the runner "
-                  "doesn't serve\n");
+  fprintf(stderr,
+          "pixelhost: the Mac bundle threw a C++ exception or bound a symbol lazily, which the runner "
+          "doesn't serve\n");
   abort();
 }
 

@@ -18,7 +18,7 @@ constexpr uint32_t kUniversalMagic = 0xCAFEBABE, kMagic64 = 0xFEEDFACF;
 constexpr uint32_t kSegment64 = 0x19, kSymbolTable = 0x2, kDyldInfo = 0x22, kDyldInfoOnly = 0x80000022;
 constexpr uint32_t kChainedFixups = 0x80000034, kExportsTrie = 0x80000033;
 constexpr uint32_t kLibraryCommands[] = {0xC, 0x80000018, 0x8000001F, 0x20, 0x80000023};  // load, weak, re-export,
-                                                                                        // lazy, upward
+                                                                                          // lazy, upward
 constexpr uint8_t kPointer = 1;  // the one rebase and bind type of 64-bit images
 
 uint32_t BigEndian32(const uint8_t* p) {
@@ -28,7 +28,8 @@ uint32_t BigEndian32(const uint8_t* p) {
 // Bytes from..to of the slice, read in order.
 class Reader {
  public:
-  Reader(const std::vector<uint8_t>& bytes, uint64_t from, uint64_t size) : bytes_(bytes), at_(from), end_(from + size) {
+  Reader(const std::vector<uint8_t>& bytes, uint64_t from, uint64_t size)
+      : bytes_(bytes), at_(from), end_(from + size) {
     if (from > bytes.size() || size > bytes.size() - from) throw Unreadable("a table runs past the end of the slice");
   }
   bool More() const { return at_ < end_; }
@@ -239,8 +240,9 @@ void ReadCommands(Slice& slice) {
                                 Read<uint32_t>(bytes, at + 60)});
       for (uint32_t s = 0, count = Read<uint32_t>(bytes, at + 64); s < count; ++s) {
         const uint64_t section = at + 72 + 80 * uint64_t{s};
-        slice.sections.push_back({Name16(bytes, section + 16), Name16(bytes, section), Read<uint64_t>(bytes, section + 32),
-                                  Read<uint64_t>(bytes, section + 40), Read<uint32_t>(bytes, section + 64) & 0xFF});
+        slice.sections.push_back({Name16(bytes, section + 16), Name16(bytes, section),
+                                  Read<uint64_t>(bytes, section + 32), Read<uint64_t>(bytes, section + 40),
+                                  Read<uint32_t>(bytes, section + 64) & 0xFF});
       }
     } else if (command == kDyldInfo || command == kDyldInfoOnly) {
       for (int k = 0; k < 10; ++k) info[k] = Read<uint32_t>(bytes, at + 8 + 4 * k);

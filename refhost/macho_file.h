@@ -50,8 +50,8 @@ struct Slice {
   std::vector<Segment> segments;  // in order: fixups name them by their index
   std::vector<Section> sections;
   std::vector<std::string> libraries;
-  std::vector<uint64_t> rebases;  // unslid addresses of the pointers that move with the image
-  std::vector<Bind> binds;        // immediate and lazy ones alike: every one is bound at load
+  std::vector<uint64_t> rebases;            // unslid addresses of the pointers that move with the image
+  std::vector<Bind> binds;                  // immediate and lazy ones alike: every one is bound at load
   std::map<std::string, uint64_t> exports;  // name to offset from the image's start
   std::vector<Symbol> symbols;              // the symbol table's definitions, by address
 

@@ -103,7 +103,8 @@ void Image::PlaceThreadLocals() {
   auto* block = static_cast<uint8_t*>(calloc(1, high - low));
   const uint64_t start = slice_.ImageStart();
   for (const Section& section : slice_.sections) {
-    if (section.type == kThreadLocalRegular) memcpy(block + (section.address - low), base_ + (section.address - start), section.size);
+    if (section.type == kThreadLocalRegular)
+      memcpy(block + (section.address - low), base_ + (section.address - start), section.size);
     if (section.type != kThreadLocalVariables) continue;
     for (uint64_t at = section.address; at + 24 <= section.address + section.size; at += 24) {
       const auto key = reinterpret_cast<uint64_t>(block);

@@ -42,9 +42,9 @@ void ReportNativeFault(int signal, siginfo_t* info, void* context) {
   for (const LoadedSlice* slice : NativeSlices()) {
     if (!slice->image.Contains(pc)) continue;
     const auto address = reinterpret_cast<uint64_t>(info->si_addr);
-    fprintf(stderr, "pixelhost: the x86_64 slice of %s faulted: %s at 0x%llx, %s; pc 0x%llx, %s\n", slice->bundle.c_str(),
-            strsignal(signal), static_cast<unsigned long long>(address), DescribeFaultAddress(address),
-            static_cast<unsigned long long>(pc), slice->image.Describe(pc).c_str());
+    fprintf(stderr, "pixelhost: the x86_64 slice of %s faulted: %s at 0x%llx, %s; pc 0x%llx, %s\n",
+            slice->bundle.c_str(), strsignal(signal), static_cast<unsigned long long>(address),
+            DescribeFaultAddress(address), static_cast<unsigned long long>(pc), slice->image.Describe(pc).c_str());
     fflush(stderr);
   }
 }

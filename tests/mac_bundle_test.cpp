@@ -30,8 +30,8 @@ std::string TestFile(const std::string& name) {
 
 std::string WriteFile(const std::string& name, const std::vector<uint8_t>& bytes) {
   const std::string path = TestFile(name);
-  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                               static_cast<std::streamsize>(bytes.size()));
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   return path;
 }
 
@@ -112,8 +112,9 @@ std::string BrokenBundle() {
   } slices[] = {{Cpu::kX86_64, "\xC3"}, {Cpu::kArm64, "\xC0\x03\x5F\xD6"}};
   for (const auto& [cpu, ret] : slices) {
     const refhost::macho::Slice slice = SliceOf(bundle, cpu);
-    const auto plainRow = std::find_if(slice.symbols.begin(), slice.symbols.end(),
-                                       [](const auto& symbol) { return symbol.name.find("9MapPixels") != std::string::npos; });
+    const auto plainRow = std::find_if(slice.symbols.begin(), slice.symbols.end(), [](const auto& symbol) {
+      return symbol.name.find("9MapPixels") != std::string::npos;
+    });
     EXPECT_NE(plainRow, slice.symbols.end());
     const uint64_t at = slice.fileOffset + slice.FileOffsetOf(plainRow->address);
     std::copy(ret.begin(), ret.end(), bundle.begin() + static_cast<ptrdiff_t>(at));

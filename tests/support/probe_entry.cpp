@@ -124,6 +124,9 @@ PROBE void PixelbridgeProbeFree(void* memory) { free(memory); }
 // Holds every shape's kernels to one SIMD level from now on (at most the detected one), or
 // with -1 lets the kernel table choose again.
 PROBE void PixelbridgeProbeCapSimd(int level) { HoldSimdLevel(level); }
+// Calls that move at least `bytes` store around the caches from now on, as calls larger than
+// the last-level cache do (0: every call; -1: as the cache's size says).
+PROBE void PixelbridgeProbeStreamFrom(int64_t bytes) { SetStreamingStoresFrom(bytes); }
 // The widest level the plug-in found on its processor (a Mac bundle's arm64 slice's is NEON's
 // however wide the test's own processor is).
 PROBE int PixelbridgeProbeDetectedSimd() { return static_cast<int>(DetectedSimdLevel()); }
