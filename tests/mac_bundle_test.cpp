@@ -1,8 +1,10 @@
 // The Mac run tree's own: the runner that loads a slice of the Mac bundle refuses what it
 // can't load with a message naming it, reports a fault of the slice's code with where it
 // was, and a bundle with one instruction changed in each slice fails the case table.
+#include <cstring>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <regex>
 
 #include "refhost/macho_file.h"
@@ -48,6 +50,58 @@ std::vector<uint8_t> Replaced(std::vector<uint8_t> file, const std::string& from
   for (auto at = file.begin(); (at = std::search(at, file.end(), bytes.begin(), bytes.end())) != file.end();)
     at = std::copy(to.begin(), to.end(), at);
   return file;
+}
+
+// A thin x86_64 bundle of one segment (__DATA at 0x1000, segment 0), loading libSystem, with
+// these rebase, bind and lazy-bind opcodes and exports trie.
+std::vector<uint8_t> MachO(const std::string& rebases, const std::string& binds, const std::string& lazy,
+                           const std::string& trie) {
+  const std::string library = "/usr/lib/libSystem.B.dylib";
+  const uint32_t commandBytes = 72 + 48 + 24 + 32, tables = 32 + commandBytes;
+  std::vector<uint32_t> words = {0xFEEDFACF, 0x01000007, 3, 8, 3, commandBytes, 0, 0, 0x19, 72};
+  const auto add = [&](std::initializer_list<uint32_t> more) { words.insert(words.end(), more); };
+  add({0x41445F5F, 0x4154, 0, 0, 0x1000, 0, 0x1000, 0, 0, 0, 0, 0, 3, 3, 0, 0});  // "__DATA", vmaddr, vmsize, prot
+  const auto size = [](const std::string& table) { return static_cast<uint32_t>(table.size()); };
+  const uint32_t bindsAt = tables + size(rebases), lazyAt = bindsAt + size(binds), trieAt = lazyAt + size(lazy);
+  add({0x80000022, 48, tables, size(rebases), bindsAt, size(binds), 0, 0, lazyAt, size(lazy), trieAt, size(trie)});
+  add({0xC, 56, 24, 2, 0, 0});
+  std::vector<uint8_t> file(words.size() * 4);
+  memcpy(file.data(), words.data(), file.size());
+  file.insert(file.end(), library.begin(), library.end());
+  file.resize(32 + commandBytes);
+  for (const std::string* table : {&rebases, &binds, &lazy, &trie})
+    file.insert(file.end(), table->begin(), table->end());
+  return file;
+}
+
+TEST(MacBundle, ReaderFollowsDyldsOpcodesAndTrie) {
+  using std::string_literals::operator""s;
+  const std::string rebases = "\x11\x20\x10\x52\x82\x02\x08\x00"s;  // 2 pointers at 0x1010, 2 more 16 apart
+  const std::string binds = "\x11\x40_a\0\x51\x70\x40\x90\x60\x78\x41_b\0\xB1\x00"s;  // _a; _b - 8, weak
+  const std::string lazy = "\x70\x60\x11\x40_c\0\x90\x00\x70\x68\x40_d\0\x90\x00"s;   // a done ends each
+  const std::string trie = "\x00\x01_main\0\x09\x02\x00\x20\x00"s;                    // _main at 0x20
+  refhost::macho::Slice slice;
+  std::string error;
+  ASSERT_TRUE(refhost::macho::ReadSlice(MachO(rebases, binds, lazy, trie), Cpu::kX86_64, &slice, &error)) << error;
+  EXPECT_EQ(slice.rebases, (std::vector<uint64_t>{0x1010, 0x1018, 0x1020, 0x1030}));
+  std::vector<std::string> bound;
+  for (const auto& bind : slice.binds)
+    bound.push_back(bind.symbol + "@" + std::to_string(bind.address) + "+" + std::to_string(bind.addend) + ":" +
+                    std::to_string(bind.library) + (bind.weakImport ? " weak" : ""));
+  EXPECT_EQ(bound, (std::vector<std::string>{"_a@4160+0:1", "_b@4168+-8:1 weak", "_c@4192+0:1", "_d@4200+0:1"}));
+  EXPECT_EQ(slice.exports, (std::map<std::string, uint64_t>{{"_main", 0x20}}));
+  EXPECT_EQ(slice.libraries, std::vector<std::string>{"/usr/lib/libSystem.B.dylib"});
+  const std::pair<std::string, std::string> malformed[] = {{"\x90"s, "rebase opcode 9"},
+                                                           {"\x12"s, "a rebase of type 2"},
+                                                           {"\x25\x00"s, "a fixup names segment 5"},
+                                                           {"\x20\x80"s, "runs past its end"},
+                                                           {"\x20\x00\xD0"s, "threaded binds"}};
+  for (const auto& [opcodes, why] : malformed) {
+    const bool bind = opcodes.find('\xD0') != std::string::npos;
+    EXPECT_FALSE(refhost::macho::ReadSlice(MachO(bind ? "" : opcodes, bind ? opcodes : "", "", ""), Cpu::kX86_64,
+                                           &slice, &error));
+    EXPECT_NE(error.find(why), std::string::npos) << error;
+  }
 }
 
 TEST(MacBundle, WhatTheRunnerCantLoadIsRefusedByName) {
