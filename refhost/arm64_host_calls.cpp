@@ -75,11 +75,12 @@ uintptr_t* CopyMethods(Arm64Machine& machine, const uintptr_t* methods, intptr_t
   return copy;
 }
 
-constexpr size_t kMethodWords = 6, kClassWords = 25;
+constexpr size_t kMethodWords = 6, kVersion9MethodWords = 4, kClassWords = 25;
 
+// A global method: the four words every record version has, which are all the host reads.
 void RegisterMethod(Arm64Machine& machine, void* native) {
   const auto* record = reinterpret_cast<const uintptr_t*>(GuestArguments(machine).Next(8));
-  reinterpret_cast<void (*)(void*)>(native)(CopyMethods(machine, record, 1, kMethodWords, false));
+  reinterpret_cast<void (*)(void*)>(native)(CopyMethods(machine, record, 1, kVersion9MethodWords, false));
 }
 
 // The class record: its two method lists (words 9 and 10, 23 and 24) copied, four words a
@@ -88,7 +89,7 @@ void RegisterClassExtension(Arm64Machine& machine, void* native) {
   const auto* record = reinterpret_cast<const uintptr_t*>(GuestArguments(machine).Next(8));
   if (record == nullptr) return reinterpret_cast<void (*)(void*)>(native)(nullptr);
   uintptr_t* copy = gCopies.emplace_back(record, record + kClassWords).data();
-  const size_t stride = copy[0] == 9 ? 4 : kMethodWords;
+  const size_t stride = copy[0] == 9 ? kVersion9MethodWords : kMethodWords;
   for (size_t list : {9, 23}) {
     const auto* methods = reinterpret_cast<const uintptr_t*>(copy[list]);
     copy[list] =

@@ -33,8 +33,8 @@ uint8_t* MapRegion(uint64_t bytes) {
 
 }  // namespace
 
-Arm64Machine* Arm64Machine::Start(const std::string& bundle, std::string* error) {
-  auto* machine = new Arm64Machine(bundle);
+std::unique_ptr<Arm64Machine> Arm64Machine::Start(const std::string& bundle, std::string* error) {
+  std::unique_ptr<Arm64Machine> machine(new Arm64Machine(bundle));
   Arm64Machine& m = *machine;
   uc_err err = uc_open(UC_ARCH_ARM64, UC_MODE_ARM, &m.uc_);
   if (err == UC_ERR_OK) err = uc_ctl_set_cpu_model(m.uc_, UC_CPU_ARM64_MAX);
@@ -50,9 +50,15 @@ Arm64Machine* Arm64Machine::Start(const std::string& bundle, std::string* error)
     return nullptr;
   uc_hook hook;
   const uint64_t stubs = reinterpret_cast<uint64_t>(m.stubs_);
-  uc_hook_add(m.uc_, &hook, UC_HOOK_CODE, reinterpret_cast<void*>(&OnStub), machine, stubs, stubs + kStubBytes - 1);
-  uc_hook_add(m.uc_, &hook, UC_HOOK_MEM_UNMAPPED, reinterpret_cast<void*>(&OnUnmapped), machine, 1, 0);
+  uc_hook_add(m.uc_, &hook, UC_HOOK_CODE, reinterpret_cast<void*>(&OnStub), &m, stubs, stubs + kStubBytes - 1);
+  uc_hook_add(m.uc_, &hook, UC_HOOK_MEM_UNMAPPED, reinterpret_cast<void*>(&OnUnmapped), &m, 1, 0);
   return machine;
+}
+
+Arm64Machine::~Arm64Machine() {
+  if (uc_ != nullptr) uc_close(uc_);
+  if (stubs_ != nullptr) munmap(stubs_, kStubBytes);
+  if (stack_ != nullptr) munmap(stack_, kStackBytes);
 }
 
 bool Arm64Machine::Load(const Image& image, std::string* error) {

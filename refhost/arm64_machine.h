@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -27,7 +28,10 @@ using StubHandler = void (*)(Arm64Machine& machine, void* native);
 class Arm64Machine {
  public:
   // A processor with its stubs and stack; `bundle` names what it runs in reports.
-  static Arm64Machine* Start(const std::string& bundle, std::string* error);
+  static std::unique_ptr<Arm64Machine> Start(const std::string& bundle, std::string* error);
+  ~Arm64Machine();
+  Arm64Machine(const Arm64Machine&) = delete;
+  Arm64Machine& operator=(const Arm64Machine&) = delete;
   // Maps `image`, which stays where it is, each segment as its protection says.
   bool Load(const Image& image, std::string* error);
 

@@ -15,12 +15,14 @@
 
 // rdi: the descriptor; its key word holds the block, its third word the variable's offset.
 asm(R"(
-  .text
+  .pushsection .text
   .globl PixelhostThreadLocalThunk
+  .type PixelhostThreadLocalThunk, @function
 PixelhostThreadLocalThunk:
   movq 8(%rdi), %rax
   addq 16(%rdi), %rax
   ret
+  .popsection
 )");
 
 namespace refhost::macho {

@@ -17,6 +17,11 @@ uint64_t RoundUp(uint64_t value, uint64_t to) { return (value + to - 1) / to * t
 
 }  // namespace
 
+Image::~Image() {
+  if (base_ != nullptr) munmap(base_, size_);
+  free(thread_block_);
+}
+
 bool Image::Map(Slice slice, const Binder& binder, std::string* error) {
   slice_ = std::move(slice);
   const uint64_t start = slice_.ImageStart();
@@ -100,7 +105,7 @@ void Image::PlaceThreadLocals() {
     high = std::max(high, section.address + section.size);
   }
   if (high <= low) return;
-  auto* block = static_cast<uint8_t*>(calloc(1, high - low));
+  uint8_t* block = thread_block_ = static_cast<uint8_t*>(calloc(1, high - low));
   const uint64_t start = slice_.ImageStart();
   for (const Section& section : slice_.sections) {
     if (section.type == kThreadLocalRegular)

@@ -15,6 +15,11 @@ namespace refhost::macho {
 
 class Image {
  public:
+  Image() = default;
+  ~Image();
+  Image(const Image&) = delete;
+  Image& operator=(const Image&) = delete;
+
   // The address an import is bound to (0 for a weak import nothing serves), or false with
   // why it can't be served.
   using Binder = std::function<bool(const Bind& bind, uint64_t* address, std::string* error)>;
@@ -39,6 +44,7 @@ class Image {
   Slice slice_;
   uint8_t* base_ = nullptr;
   uint64_t size_ = 0;
+  uint8_t* thread_block_ = nullptr;
 };
 
 }  // namespace refhost::macho

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <ucontext.h>
 
 #include "refhost/arm64_host_calls.h"
@@ -25,9 +26,8 @@ using macho::Cpu;
 
 struct LoadedSlice {
   std::string bundle;
-  Cpu cpu;
   macho::Image image;
-  macho::Arm64Machine* machine = nullptr;  // the arm64 slice's
+  std::unique_ptr<macho::Arm64Machine> machine;  // the arm64 slice's
 };
 
 std::vector<LoadedSlice*>& NativeSlices() {
@@ -67,18 +67,19 @@ bool SliceFromEnvironment(Cpu* cpu, std::string* error) {
 
 LoadedSlice* Load(const std::string& path, Cpu cpu, std::string* error) {
   std::ifstream in(path, std::ios::binary);
-  const std::vector<uint8_t> file{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  if (!in.good() && !in.eof()) {
-    *error = "cannot read the file";
+  if (!in) {
+    *error = "cannot open the file";
     return nullptr;
   }
+  const std::vector<uint8_t> file{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   macho::Slice slice;
   std::string why;
   if (!macho::ReadSlice(file, cpu, &slice, &why)) {
     *error = std::string("its ") + macho::CpuName(cpu) + " slice can't be loaded: " + why;
     return nullptr;
   }
-  auto* loaded = new LoadedSlice{path, cpu, {}, nullptr};
+  auto loaded = std::make_unique<LoadedSlice>();
+  loaded->bundle = path;
   if (cpu == Cpu::kArm64 && (loaded->machine = macho::Arm64Machine::Start(path, error)) == nullptr) return nullptr;
   const std::vector<std::string> libraries = slice.libraries;
   const auto bind = [&](const macho::Bind& bind, uint64_t* address, std::string* why) {
@@ -104,9 +105,9 @@ LoadedSlice* Load(const std::string& path, Cpu cpu, std::string* error) {
     if (!loaded->machine->Load(loaded->image, error)) return nullptr;
   } else {
     loaded->image.Protect();
-    WatchForFaults(loaded);
+    WatchForFaults(loaded.get());
   }
-  return loaded;
+  return loaded.release();  // loaded for the rest of the process, as dlopen's libraries are
 }
 
 }  // namespace
