@@ -136,9 +136,11 @@ uint64_t Arm64Machine::Call(uint64_t function, const uint64_t* words, const uint
   uint64_t stackBytes = 0;
   for (int i = 8; i < count; ++i) stackBytes = RoundUp(stackBytes, sizes[i]) + sizes[i];
   sp = (sp - stackBytes) & ~uint64_t{15};
-  for (int i = 8, offset = 0; i < count; offset += sizes[i], ++i) {
-    offset = static_cast<int>(RoundUp(static_cast<uint64_t>(offset), sizes[i]));
-    memcpy(reinterpret_cast<void*>(sp + static_cast<uint64_t>(offset)), &words[i], sizes[i]);
+  uint64_t offset = 0;
+  for (int i = 8; i < count; ++i) {
+    offset = RoundUp(offset, sizes[i]);
+    memcpy(reinterpret_cast<void*>(sp + offset), &words[i], sizes[i]);
+    offset += sizes[i];
   }
   for (int i = 0; i < count && i < 8; ++i) {
     // The caller extends arguments narrower than 32 bits to 32.
@@ -165,9 +167,12 @@ void Arm64Machine::OnStub(uc_struct*, uint64_t address, uint32_t, void* self) {
   auto& m = *static_cast<Arm64Machine*>(self);
   const uint64_t slot = (address - reinterpret_cast<uint64_t>(m.stubs_)) / kSlotBytes;
   if (slot >= m.slots_.size()) return;  // where a call returns to
-  const Slot& stub = m.slots_[slot];
-  stub.handler(m, stub.native);
-  if (!stub.keepsMappings) m.ForgetLent();  // the handler may have freed or remapped what was lent
+  // Copied: a handler may add stubs, and the slots move.
+  const StubHandler handler = m.slots_[slot].handler;
+  void* native = m.slots_[slot].native;
+  const bool keepsMappings = m.slots_[slot].keepsMappings;
+  handler(m, native);
+  if (!keepsMappings) m.ForgetLent();  // the handler may have freed or remapped what was lent
 }
 
 // A page of this process the guest touched: the aligned megabyte around it, as far as the
