@@ -1,6 +1,7 @@
 // The Mac run tree's own: the runner that loads a slice of the Mac bundle refuses what it
 // can't load with a message naming it, reports a fault of the slice's code with where it
 // was, and a bundle with one instruction changed in each slice fails the case table.
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -123,8 +124,9 @@ TEST(MacBundle, WhatTheRunnerCantLoadIsRefusedByName) {
   };
   for (const Case& c : cases) {
     std::string error;
-    EXPECT_EQ(refhost::os::LoadPlugin(WriteFile(std::string("refused-") + c.name + ".bundle", c.file), &error),
-              nullptr);
+    const std::string path = WriteFile(std::string("refused-") + c.name + ".bundle", c.file);
+    EXPECT_EQ(refhost::os::LoadPlugin(path, &error), nullptr);
+    std::remove(path.c_str());
     EXPECT_NE(error.find(c.refusal), std::string::npos) << c.name << ": " << error;
   }
 }
@@ -147,6 +149,7 @@ TEST(MacBundle, FaultsNameTheSliceTheAddressAndTheSymbol) {
     });
     EXPECT_EQ(end.died, "signal 11");
     const std::vector<uint8_t> text = ReadFile(log);
+    std::remove(log.c_str());
     const std::string report(text.begin(), text.end());
     const std::string expected = std::string("the ") + refhost::macho::CpuName(SliceUnderTest()) +
                                  " slice of .*pixelbridge.bundle faulted: .* at 0x[0-9a-f]+, " +
@@ -186,6 +189,7 @@ TEST(MacBundle, OneInstructionChangedFailsTheCaseTable) {
   });
   EXPECT_EQ(end.died, "");
   EXPECT_EQ(end.status, 1) << "the case table passed on " << broken;
+  std::remove(broken.c_str());
 }
 
 }  // namespace
