@@ -51,9 +51,11 @@ const GrayTables& RandomTables() {
   static const GrayTables tables = [] {
     GrayTables drawn;
     std::mt19937 draw(7);
-    for (int v = 0; v < 256; ++v)
-      drawn.red[v] = static_cast<uint8_t>(draw()), drawn.green[v] = static_cast<uint8_t>(draw()),
+    for (int v = 0; v < 256; ++v) {
+      drawn.red[v] = static_cast<uint8_t>(draw());
+      drawn.green[v] = static_cast<uint8_t>(draw());
       drawn.blue[v] = static_cast<uint8_t>(draw());
+    }
     return drawn;
   }();
   return tables;
@@ -151,8 +153,9 @@ TEST(Kernels, EveryKernelMatchesThePlainRow) {
 // CPUID answers: the vendor's name, leaf 1's signature (family and model) and the features.
 CpuidAnswers Answers(const char* vendor, uint32_t signature, const char* features, uint64_t xcr0 = 0xE7) {
   CpuidAnswers answers{{7}, {signature}, {}, xcr0};
-  memcpy(&answers.leaf0[1], vendor, 4), memcpy(&answers.leaf0[3], vendor + 4, 4),
-      memcpy(&answers.leaf0[2], vendor + 8, 4);
+  memcpy(&answers.leaf0[1], vendor, 4);
+  memcpy(&answers.leaf0[3], vendor + 4, 4);
+  memcpy(&answers.leaf0[2], vendor + 8, 4);
   const std::string has = features;
   if (has.find("ssse3") != std::string::npos) answers.leaf1[2] |= bit_SSSE3 | bit_OSXSAVE;
   if (has.find("avx2") != std::string::npos) answers.leaf7[1] |= bit_AVX2;

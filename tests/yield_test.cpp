@@ -19,7 +19,10 @@ std::vector<bool> Pace(Host& host, int32_t interval, const std::vector<int32_t>&
   auto setClock = Probe<void (*)(uint32_t, int32_t)>(host, "PixelbridgeProbeSetClock");
   auto yield = Probe<void (*)(void*)>(host, "PixelbridgeProbeDoYield");
   int32_t now = 0;
-  auto set = [&](int32_t value) { setClock(static_cast<uint32_t>(now = value), value); };
+  auto set = [&](int32_t value) {
+    now = value;
+    setClock(static_cast<uint32_t>(value), value);
+  };
   host.on_yield = [&] { set(now + insideHost); };
   void* data = Probe<void* (*)(int32_t)>(host, "PixelbridgeProbeNewYield")(interval);
   std::vector<bool> yielded;
