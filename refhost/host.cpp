@@ -114,13 +114,17 @@ Object* Host::Find(void* handle) const {
 }
 
 bool Host::KnowsClass(const std::string& name) const {
+  return HasClass(config_.kind, name) || config_.extra_classes.count(name) != 0;
+}
+
+bool Host::HasClass(HostKind kind, const std::string& name) {
   static const char* const kApplicationClasses[] = {"Application", "ConsoleApplication", "WebApplication"};
-  if (name == kApplicationClasses[static_cast<int>(config_.kind)]) return true;
+  if (name == kApplicationClasses[static_cast<int>(kind)]) return true;
   for (const char* known : kExceptionClasses)
     if (name == known) return true;
   for (const char* known : kObjectClasses)
     if (name == known) return true;
-  return config_.extra_classes.count(name) != 0;
+  return false;
 }
 
 Object* Host::Adopt(std::unique_ptr<Object> object) {

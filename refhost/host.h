@@ -154,6 +154,9 @@ class Host {
   template <typename T, typename... A>
   T* Make(A&&... args);
   bool KnowsClass(const std::string& name) const;
+  // The classes a host of `kind` has of its own: its application class, the exception
+  // classes and the classes of its objects.
+  static bool HasClass(HostKind kind, const std::string& name);
   void SetControlVersion(int32_t version) { control_version_ = version; }
   void CaptureMethod(const void* record);
   void CaptureClass(const void* record);

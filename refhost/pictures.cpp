@@ -33,6 +33,12 @@ Rgba FromTrueColor(int32_t pixel) {
               static_cast<uint8_t>(alpha == 0 ? 255 : 255 - alpha * 2 - 1)};
 }
 
+}  // namespace
+
+Rgba ThroughTrueColor(Rgba colour) { return FromTrueColor(ToTrueColor(colour)); }
+
+namespace {
+
 bool AlphaFirst(uint32_t alphaInfo) {
   return alphaInfo == kCGImageAlphaPremultipliedFirst || alphaInfo == kCGImageAlphaFirst ||
          alphaInfo == kCGImageAlphaNoneSkipFirst;

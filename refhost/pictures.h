@@ -18,6 +18,10 @@ struct Rgba {
   bool operator!=(const Rgba& other) const { return !(*this == other); }
 };
 
+// A colour as a true-colour pixel holds it (alpha in 7 bits), and so as a picture of another
+// kind gets it back from the true-colour rendering it lent.
+Rgba ThroughTrueColor(Rgba colour);
+
 enum class PictureKind { Bitmap, TrueColor, Vector };
 
 struct PictureSetup {

@@ -25,7 +25,16 @@ constexpr FamilyChoices kAMDFamily25 = {"AMD family 25 (Zen 3, Zen 4)",
                                         }}};
 #endif
 
-int64_t gStreamingStoresFrom = -1;  // -1: not set, the default
+// The table's rows: any other processor first, then the families this build has rows for.
+const FamilyChoices* const kRows[] = {
+    &kAnyOther,
+#if defined(__i386__) || defined(__x86_64__)
+    &kAMDFamily25,
+#endif
+};
+
+int64_t gStreamingStoresFrom = -1;        // -1: not set, the default
+const FamilyChoices* gRowHeld = nullptr;  // null: this processor's own row
 
 }  // namespace
 
@@ -38,6 +47,12 @@ const FamilyChoices& ChoicesFor(const Processor& processor) {
   return kAnyOther;
 }
 
+const FamilyChoices* KernelTableRow(int index) {
+  return index >= 0 && index < static_cast<int>(sizeof kRows / sizeof kRows[0]) ? kRows[index] : nullptr;
+}
+
+void HoldKernelTableRow(const FamilyChoices* row) { gRowHeld = row; }
+
 KernelTable KernelTableFor(const FamilyChoices& choices, SimdLevel level, bool held) {
   KernelTable table = choices.table;
   for (ShapeChoice& shape : table.shapes)
@@ -47,6 +62,7 @@ KernelTable KernelTableFor(const FamilyChoices& choices, SimdLevel level, bool h
 
 KernelTable ActiveKernelTable() {
   static const FamilyChoices& choices = ChoicesFor(ThisProcessor());
+  if (gRowHeld != nullptr) return KernelTableFor(*gRowHeld, ActiveSimdLevel(), false);
   return KernelTableFor(choices, ActiveSimdLevel(), HeldSimdLevel() >= 0);
 }
 

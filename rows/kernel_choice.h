@@ -27,8 +27,14 @@ const FamilyChoices& ChoicesFor(const Processor& processor);
 // That row for a processor of `level`: each shape at most at that level, or with `held`
 // every shape at it.
 KernelTable KernelTableFor(const FamilyChoices& choices, SimdLevel level, bool held);
-// What calls on this processor run: its row at its level, or every shape at the held level.
+// What calls on this processor run: its row at its level, or every shape at the held level;
+// with a row held, that row at the held level (or this processor's), each shape at most there.
 KernelTable ActiveKernelTable();
+// Row `index` of the table (0: any other processor, then the families this build has rows
+// for), or null past the last.
+const FamilyChoices* KernelTableRow(int index);
+// A test seam: calls choose as a processor of `row` would (null: this processor's own row).
+void HoldKernelTableRow(const FamilyChoices* row);
 
 // The bytes a call of `pixels` pixels reads and writes (saturating at INT64_MAX).
 int64_t BytesMoved(const PixelMap& map, int64_t pixels);

@@ -39,7 +39,7 @@ TEST(Checker, ReportsExactlyTheRuleBroken) {
          picture->Lock(&description, kRBPixelTypeBitmapContext, false);
        },
        {"#1 (Picture) holds 1 pixel locks, expected 0"}},
-      {copy, [](Host&, Picture*, uint8_t* block) { block[1] = 1; }, {"wrote before the offset"}},
+      {copy, [](Host&, Picture*, uint8_t* block) { block[1] = 1; }, {"wrote before the offset", "byte 1 differs"}},
       {checked,
        [](Host&, Picture* picture, uint8_t*) {
          picture->SetPixel(2, 3, {1, 2, 3, 255});

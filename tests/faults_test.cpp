@@ -127,7 +127,8 @@ const Effect kEffects[] = {
 
 Effect EffectOf(const FaultCase& fault) {
   for (const Effect& effect : kEffects)
-    if (std::string(effect.function) == fault.function && (fault.missing ? effect.whenMissing : effect.whenFailing))
+    if (pixeltest::HostFunctionNamed(effect.function) == fault.function &&
+        (fault.missing ? effect.whenMissing : effect.whenFailing))
       return effect;
   return {fault.function, false, false, 0, 0, false};
 }
@@ -189,10 +190,11 @@ INSTANTIATE_TEST_SUITE_P(EveryHostFunction, HostFaults, testing::ValuesIn(AllFau
                          });
 
 // The test process notices a host process that ends the way a sanitizer's report ends it
-// (exit status 1) or that crashes.
+// (exit status 1) or that crashes; one that throws reports it and ends there.
 TEST(HostProcess, ReportsAndCrashesOfTheHostFailTheCase) {
   EXPECT_NONFATAL_FAILURE(pixeltest::InChild([] { std::_Exit(1); }), "reported failures (above)");
   EXPECT_NONFATAL_FAILURE(pixeltest::InChild([] { std::abort(); }), " died: ");
+  EXPECT_NONFATAL_FAILURE(pixeltest::InChild([] { throw std::runtime_error("thrown"); }), "reported failures (above)");
 }
 
 }  // namespace

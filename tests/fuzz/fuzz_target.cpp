@@ -32,12 +32,16 @@ constexpr int64_t kLargestNewPicture = 32767;
 constexpr int64_t kLargestSource = 1 << 16;  // what the fuzzer makes a source of, at most
 
 void (*gReset)() = nullptr;
+pixeltest::ChooseKernels gChooseAs = nullptr;
+pixeltest::KernelChoice gKernels = {-1, -1};  // what every input chooses (the replay's); -1: as the processor does
 
 // A list of up to three host functions. Those whose lack a program sees through are left to
 // the fault tests: without a block's size the caller vouches for the block, as for a Ptr;
 // without the two give-backs an exception's reference or its message can't be given back.
 std::string DecodeHostFunctions(FuzzedDataProvider& input, bool lacking) {
-  static const std::set<std::string> kKept = {"memoryBlockGetSize", "REALUnlockObject", "REALUnlockString"};
+  static const std::set<std::string> kKept = {pixeltest::HostFunctionNamed("memoryBlockGetSize"),
+                                              pixeltest::HostFunctionNamed("REALUnlockObject"),
+                                              pixeltest::HostFunctionNamed("REALUnlockString")};
   std::vector<const char*> names;
 #define PIXELBRIDGE_NAME(wrapper, lookup, result, parameters) \
   if (lacking ? kKept.count(lookup) == 0 : !std::is_void_v<result>) names.push_back(lookup);
@@ -150,9 +154,10 @@ class CallRunner {
     for (const auto* methods : {&host.picture_methods(), &host.global_methods()})
       for (const refhost::RegisteredMethod& method : *methods)
         registered_.push_back({numbers.at(method.declaration), &method});
-    // Calls that a copy asked for at its first yield run there, as a host runs its event
-    // loop; one level deep.
+    // At every yield the copies running hold their locks; calls that a copy asked for at its
+    // first yield run there, as a host runs its event loop, one level deep.
     host.on_yield = [this] {
+      CheckLocks();
       if (depth_ > 0 || pending_ == 0) return;
       const int count = pending_;
       pending_ = 0;
@@ -222,13 +227,15 @@ class CallRunner {
     call.keepPixels = false;
     // A picture made during a yield belongs to the yielding call's account: only the others are kept.
     call.keepReturned = !nested;
-    call.shared = !nested && pending_ > 0;
+    if (nested) NoteWrites(call);
     const char* prefix = nested ? "  during a yield: " : "";
     if (echo_) fprintf(stderr, "%s%s\n", prefix, Describe(call).c_str());
     if (madeToFit && !call.args.count("source") && read > kLargestSource) {
       if (echo_) fprintf(stderr, "%s  not called: its caller can't back a source that large\n", prefix);
     } else {
+      if (number <= pixeltest::kCopyCount) running_.push_back(&call);
       const pixeltest::CallOutcome outcome = pixeltest::RunCall(host_, call);
+      if (number <= pixeltest::kCopyCount) running_.pop_back();
       for (const auto* rules : {&outcome.broken, &outcome.result.problems})
         for (const std::string& rule : *rules) broken_ += (broken_.empty() ? "" : "; ") + rule;
       if (outcome.kept != nullptr) {
@@ -245,6 +252,47 @@ class CallRunner {
     return broken_.empty();
   }
 
+  // A picture is read directly, and locked while a copy reads it, where the host says which
+  // kind it is and the picture lends its pixels as that kind wants them (a bitmap on a desktop
+  // host, a true-colour image or a rendering of one elsewhere); else it may be read through a
+  // copy the host draws.
+  bool ReadDirectly(const refhost::Object* object) const {
+    const auto* picture = static_cast<const refhost::Picture*>(object);
+    const refhost::HostConfig& config = host_.config();
+    if (picture == nullptr || picture->setup().refuse_locks || !pixeltest::Answers(config, "pluginObjectType"))
+      return false;
+    const refhost::PictureKind kind = picture->setup().kind;
+    return config.kind == refhost::HostKind::Desktop
+               ? kind == refhost::PictureKind::Bitmap
+               : kind == refhost::PictureKind::TrueColor || config.lend_true_color;
+  }
+
+  // Each copy running holds one pixel lock on each picture it reads directly, on top of
+  // those of the copies it runs in.
+  void CheckLocks() {
+    std::map<refhost::Object*, int> held;
+    for (const pixeltest::MethodCall* copy : running_)
+      for (const char* name : {"picture", "MaskForAlpha"}) {
+        const auto given = copy->objects.find(name);
+        if (given != copy->objects.end() && ReadDirectly(given->second)) ++held[given->second];
+      }
+    for (const auto& [picture, locks] : held)
+      if (picture->locks() != locks && broken_.empty())
+        broken_ = "at a yield " + objects_.described.at(picture) + " holds " + std::to_string(picture->locks()) +
+                  " pixel locks, not " + std::to_string(locks);
+  }
+
+  // The oracle can't know what a copy leaves when a call run during its yield writes its
+  // block or a picture it reads: the copy is then held to the rules alone (MethodCall::shared).
+  void NoteWrites(const pixeltest::MethodCall& nested) {
+    pixeltest::MethodCall& yielding = *running_.front();
+    for (const char* written : {"destination", "dest"}) {
+      const auto object = nested.objects.find(written);
+      if (object == nested.objects.end() || object->second == nullptr) continue;
+      for (const auto& [name, mine] : yielding.objects) yielding.shared |= mine == object->second;
+    }
+  }
+
   refhost::Host& host_;
   FuzzedDataProvider& input_;
   ProgramObjects& objects_;
@@ -254,11 +302,13 @@ class CallRunner {
                     int32_t) = reinterpret_cast<void (*)(uint32_t, int32_t)>(host_.Symbol("PixelbridgeProbeSetClock"));
   std::string broken_;
   int depth_ = 0, pending_ = 0;
+  std::vector<pixeltest::MethodCall*> running_;  // the copies running, outermost first
 };
 
 // The input's host, objects and calls; the first rule a call broke, or empty. `echo` shows
 // the host and each call on stderr.
 std::string RunInput(const uint8_t* data, size_t size, bool echo) {
+  if (gKernels.row >= 0) gKernels.MakeWith(gChooseAs);
   FuzzedDataProvider input(data, size);
   const std::string line = DecodeHost(input);
   if (echo) fprintf(stderr, "%s\n", line.c_str());
@@ -281,16 +331,29 @@ std::string RunInput(const uint8_t* data, size_t size, bool echo) {
 
 }  // namespace
 
+// For the corpus replay: the choices of kernels there are, and the one every input makes
+// from now on.
+std::vector<pixeltest::KernelChoice> FuzzKernelChoices() {
+  const std::vector<pixeltest::KernelChoice> choices = pixeltest::KernelChoices(gChooseAs);
+  gReset();
+  return choices;
+}
+void FuzzChooseKernels(const pixeltest::KernelChoice& choice) { gKernels = choice; }
+
 // Allocations keep no stack: the host and the checks allocate at every call, and recording
 // where costs a fifth of the fuzzer's time. ASAN_OPTIONS=malloc_context_size=30 brings the
-// stacks back when reproducing a crash.
-extern "C" const char* __asan_default_options() { return "malloc_context_size=0"; }
+// stacks back when reproducing a crash. A sanitizer's report ends in abort, as a broken rule
+// does, so that the corpus replay names the input.
+extern "C" const char* __asan_default_options() { return "malloc_context_size=0:abort_on_error=1"; }
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
   std::string error;
   void* probe = refhost::os::LoadPlugin(PIXELBRIDGE_PROBE, &error);
-  if (probe != nullptr)
+  if (probe != nullptr) {
     gReset = reinterpret_cast<void (*)()>(refhost::os::PluginSymbol(probe, "PixelbridgeProbeReset"));
+    gChooseAs =
+        reinterpret_cast<pixeltest::ChooseKernels>(refhost::os::PluginSymbol(probe, "PixelbridgeProbeChooseAs"));
+  }
   if (gReset == nullptr) {
     fprintf(stderr, "pixelbridge_fuzz: no probe reset in %s %s\n", PIXELBRIDGE_PROBE, error.c_str());
     exit(1);

@@ -1,5 +1,7 @@
-// The fuzz target run once over every input in the folders named, by a plain driver: the
-// corpus replayed where libFuzzer doesn't run (GCC's trees, other processors, Windows).
+// The fuzz target run over every input in the folders named, by a plain driver, once for each
+// choice of kernels: the corpus replayed where libFuzzer doesn't run (GCC's trees, other
+// processors, Windows). An input that fails is named.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -7,19 +9,31 @@
 #include <iterator>
 #include <vector>
 
+#include "tests/support/last_words.h"
+#include "tests/support/method_calls.h"
+
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+std::vector<pixeltest::KernelChoice> FuzzKernelChoices();
+void FuzzChooseKernels(const pixeltest::KernelChoice& choice);
 
 int main(int argc, char** argv) {
   LLVMFuzzerInitialize(&argc, &argv);
-  int inputs = 0;
+  std::vector<std::pair<std::string, std::vector<uint8_t>>> inputs;
   for (int i = 1; i < argc; ++i)
     for (const auto& entry : std::filesystem::directory_iterator(argv[i])) {
       std::ifstream in(entry.path(), std::ios::binary);
-      const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-      LLVMFuzzerTestOneInput(bytes.data(), bytes.size());  // aborts on a broken rule
-      ++inputs;
+      inputs.push_back({entry.path().string(), {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()}});
     }
-  printf("%d inputs replayed\n", inputs);
-  return inputs > 0 ? 0 : 1;
+  std::sort(inputs.begin(), inputs.end());
+  const std::vector<pixeltest::KernelChoice> choices = FuzzKernelChoices();
+  for (const pixeltest::KernelChoice& choice : choices) {
+    FuzzChooseKernels(choice);
+    for (const auto& [path, bytes] : inputs) {
+      pixeltest::SetLastWords("the input " + path + ", " + choice.Name());
+      LLVMFuzzerTestOneInput(bytes.data(), bytes.size());  // aborts on a broken rule
+    }
+  }
+  printf("%zu inputs replayed, each with %zu choices of kernels\n", inputs.size(), choices.size());
+  return inputs.empty() || choices.empty() ? 1 : 0;
 }

@@ -60,6 +60,8 @@ CallObjects MakeObjects(refhost::Host& host, const BoundCall& bound) {
     } else if (param.type == refhost::ParamType::IntegerArray) {
       if (given != bound.call.objects.end()) {
         arg = given->second;
+        if (given->second != nullptr)
+          objects.arrays[param.name] = static_cast<refhost::IntArray*>(arg.object)->values();
       } else if (text != "nil") {
         std::vector<int32_t>& values = objects.arrays[param.name];
         for (const std::string& value : Split(text == "empty" ? "" : text, ',')) values.push_back(Integer(value));
@@ -72,8 +74,8 @@ CallObjects MakeObjects(refhost::Host& host, const BoundCall& bound) {
     }
     objects.args.push_back(arg);
   }
-  objects.blank = objects.receiver && objects.receiver->setup().kind == refhost::PictureKind::Vector &&
-                  host.config().no_draw_method && !host.config().lend_true_color;
+  objects.blankReceiver = DrawnBlank(host.config(), objects.receiver);
+  objects.blankMask = DrawnBlank(host.config(), objects.mask);
   const int64_t needed = BlockBytesNeeded(bound, objects.receiver, objects.mask);
   for (size_t i = 0; i < bound.params.size(); ++i) {
     const refhost::Parameter& param = bound.params[i];

@@ -19,17 +19,42 @@ CopyLines CopyLinesOf(const BoundCall& bound, const refhost::Picture* receiver, 
   const refhost::Picture* shape = mask != nullptr ? mask : receiver;
   const int64_t lineBytes = shape != nullptr ? shape->width() * pixelBytes : 0;
   const Expected& expected = bound.expected;
-  const int32_t first = expected.allLines ? 0 : expected.first;
-  const int32_t last = expected.allLines ? (shape != nullptr ? shape->height() - 1 : -1) : expected.last;
+  const int32_t height = shape != nullptr ? shape->height() : 0;
+  int32_t first = expected.allLines ? 0 : expected.first, last = expected.allLines ? height - 1 : expected.last;
+  if (expected.kind == Expected::kUnchecked) {
+    // StartLine past the end copies the last line; EndLine -1 or past the end stops there.
+    first = std::min(bound.Int("StartLine"), height - 1);
+    if (bound.Int("EndLine") >= 0) last = std::min(bound.Int("EndLine"), last);
+  }
   return {std::max(bound.Int("offset"), 0),
           pixelBytes,
           lineBytes,
           std::max<int64_t>(lineBytes, bound.Int("DestRowBytes")),
           first,
-          std::max(last - first + 1, 0)};
+          height > 0 && pixelBytes > 0 && first >= 0 ? std::max(last - first + 1, 0) : 0};
 }
 
 }  // namespace
+
+bool Answers(const refhost::HostConfig& host, const char* function) {
+  return host.missing.count(function) == 0 && host.failing.count(function) == 0;
+}
+
+bool DrawnBlank(const refhost::HostConfig& host, const refhost::Picture* picture) {
+  if (picture == nullptr || host.kind != refhost::HostKind::Desktop) return false;
+  const refhost::PictureSetup& setup = picture->setup();
+  const bool lendsBitmap = setup.kind == refhost::PictureKind::Bitmap && !setup.refuse_locks;
+  const bool drawn = !lendsBitmap && !(setup.has_alpha && Answers(host, "REALGetPropValueBool"));
+  const bool draws = !host.no_draw_method && Answers(host, "REALLoadObjectMethod");
+  // Without DrawPicture the copy takes the picture's true-colour rows, where both lend them.
+  const bool lendsRows = host.lend_true_color && !setup.refuse_locks && !setup.palette;
+  return drawn && (!Answers(host, "pluginPictureGraphicsGetter") || (!draws && !lendsRows));
+}
+
+bool ArraysRead(const refhost::HostConfig& host) {
+  const double version = Answers(host, "REALGetRBVersion") ? host.version : 0.0;
+  return Answers(host, "RuntimeUBound") && (!(version > 2013.9) || Answers(host, "RuntimeDirectReadIntArray"));
+}
 
 std::string PixelLetters(const BoundCall& bound) {
   if (!bound.Takes("LittleEndian")) return refhost::LayoutWord(bound.name);
@@ -49,8 +74,14 @@ int64_t BlockBytesNeeded(const BoundCall& bound, const refhost::Picture* receive
 std::vector<uint8_t> ExpectedCopy(const BoundCall& bound, const CallObjects& objects, std::vector<uint8_t> bytes) {
   const refhost::Picture *receiver = objects.receiver, *mask = objects.mask;
   const CopyLines lines = CopyLinesOf(bound, receiver, mask);
+  if (receiver == nullptr || lines.count == 0 || BlockBytesNeeded(bound, receiver, mask) > int64_t(bytes.size()))
+    return bytes;
   const std::string letters = PixelLetters(bound);
-  const int32_t pixels = mask != nullptr ? std::min(mask->width(), receiver->width()) : receiver->width();
+  // A line stops at the receiver's width; a receiver without rows gives no pixels.
+  const int32_t pixels = receiver->height() == 0 ? 0
+                         : mask != nullptr       ? std::min(mask->width(), receiver->width())
+                                                 : receiver->width();
+  const refhost::Rgba white{255, 255, 255, 255};
   // Alpha from the mask, or AlphaValue; outside 0..255 the LittleEndian overload leaves it.
   const int32_t alpha = bound.Int("AlphaValue");
   const bool alphaSet = !bound.Takes("LittleEndian") || (alpha >= 0 && alpha <= 255);
@@ -58,13 +89,14 @@ std::vector<uint8_t> ExpectedCopy(const BoundCall& bound, const CallObjects& obj
     // Lines past the picture's last take row 0; the mask's lines are its own.
     const int32_t line = lines.first + k, row = line < receiver->height() ? line : 0;
     for (int32_t x = 0; x < pixels; ++x) {
-      const refhost::Rgba colour = objects.blank ? refhost::Rgba{255, 255, 255, 255} : receiver->GetPixel(x, row);
+      const refhost::Rgba colour = objects.blankReceiver ? white : receiver->GetPixel(x, row);
       uint8_t* at = &bytes.at(size_t(lines.offset + k * lines.pitch + x * lines.pixelBytes));
       for (size_t i = 0; i < letters.size(); ++i) {
         if (letters[i] == 'R') at[i] = colour.r;
         if (letters[i] == 'G') at[i] = colour.g;
         if (letters[i] == 'B') at[i] = colour.b;
-        if (letters[i] == 'A' && mask != nullptr) at[i] = static_cast<uint8_t>(255 - mask->GetPixel(x, line).g);
+        if (letters[i] == 'A' && mask != nullptr)
+          at[i] = static_cast<uint8_t>(255 - (objects.blankMask ? white : mask->GetPixel(x, line)).g);
         else if (letters[i] == 'A' && alphaSet) at[i] = static_cast<uint8_t>(alpha);
       }
     }
@@ -72,8 +104,7 @@ std::vector<uint8_t> ExpectedCopy(const BoundCall& bound, const CallObjects& obj
   return bytes;
 }
 
-refhost::Rgba ExpectedPixel(const BoundCall& bound, const CallObjects& objects, bool boundsKnown, int32_t x,
-                            int32_t y) {
+refhost::Rgba ExpectedPixel(const BoundCall& bound, const CallObjects& objects, bool arraysRead, int32_t x, int32_t y) {
   const int32_t width = bound.Int("width"), height = bound.Int("height");
   const uint8_t* source = objects.block->data() + bound.Int("offset");
   const std::string letters = PixelLetters(bound);
@@ -89,7 +120,7 @@ refhost::Rgba ExpectedPixel(const BoundCall& bound, const CallObjects& objects, 
     return colour;
   }
   // A gray sample through a tint (v × factor / 256, truncated) or a table (0 past its end, or
-  // for a nil array, or on a host that can't tell an array's bound).
+  // for a nil array, or on a host that doesn't give the entries).
   const int v = source[(int64_t{y} * width + x) * bound.Int("PixelByteSize")];
   uint8_t channel[3] = {uint8_t(v), uint8_t(v), uint8_t(v)};
   const char* names[] = {"Red", "Blue", "Green"};  // in declared order: red, green, blue
@@ -97,7 +128,7 @@ refhost::Rgba ExpectedPixel(const BoundCall& bound, const CallObjects& objects, 
     if (!bound.Takes(names[k])) continue;
     if (bound.params[size_t(bound.Index(names[k]))].type == refhost::ParamType::IntegerArray) {
       const auto table = objects.arrays.find(names[k]);
-      const bool known = boundsKnown && table != objects.arrays.end() && v < int(table->second.size());
+      const bool known = arraysRead && table != objects.arrays.end() && v < int(table->second.size());
       channel[k] = known ? uint8_t(std::clamp(table->second[size_t(v)], 0, 255)) : 0;
     } else {
       channel[k] = uint8_t(std::clamp<int64_t>(int64_t{v} * bound.Int(names[k]) / 256, 0, 255));

@@ -21,15 +21,22 @@ std::vector<std::string> Split(const std::string& text, char separator) {
 
 int32_t Integer(const std::string& text) { return static_cast<int32_t>(std::strtoll(text.c_str(), nullptr, 0)); }
 
-std::vector<std::string> DataLines(const std::string& file) {
+std::vector<std::string> DataLines(const std::string& file, std::vector<int>* numbers) {
   std::ifstream in(std::string(PIXELBRIDGE_TEST_DATA) + "/" + file);
   if (!in.good()) throw std::runtime_error("cannot read test data " + file);
   std::vector<std::string> lines;
   bool continued = false;  // the line before ended with a backslash: this one goes on with it
+  int number = 0;
   for (std::string line; std::getline(in, line);) {
-    if (continued) lines.back() += line.substr(std::min(line.find_first_not_of(' '), line.size()));
-    else if (!line.empty() && line[0] != '#') lines.push_back(line);
-    else continue;
+    ++number;
+    if (continued) {
+      lines.back() += line.substr(std::min(line.find_first_not_of(' '), line.size()));
+    } else if (!line.empty() && line[0] != '#') {
+      lines.push_back(line);
+      if (numbers != nullptr) numbers->push_back(number);
+    } else {
+      continue;
+    }
     continued = lines.back().back() == '\\';
     if (continued) lines.back().pop_back();
   }
@@ -46,9 +53,11 @@ refhost::HostConfig ParseHost(const std::string& line, const std::string& plugin
   refhost::HostConfig config;
   config.plugin_path = plugin;
   const std::vector<std::string> words = Split(line, ' ');
-  const auto names = [](const std::string& list) {
-    const std::vector<std::string> split = Split(list, ',');
-    return std::set<std::string>(split.begin(), split.end());
+  // Each name checked, so that a misspelt one can't leave the host as it was.
+  const auto names = [](const std::string& list, const std::string& (*check)(const std::string&)) {
+    std::set<std::string> named;
+    for (const std::string& name : Split(list, ',')) named.insert(check(name));
+    return named;
   };
   config.kind = words.at(1) == "console" ? refhost::HostKind::Console
                 : words[1] == "web"      ? refhost::HostKind::Web
@@ -58,10 +67,10 @@ refhost::HostConfig ParseHost(const std::string& line, const std::string& plugin
     const std::string key = words[i].substr(0, equals),
                       value = equals == std::string::npos ? "" : words[i].substr(equals + 1);
     if (key == "version") config.version = std::stod(value);
-    else if (key == "lacking") config.missing = names(value);
-    else if (key == "failing") config.failing = names(value);
-    else if (key == "classes") config.extra_classes = names(value);
-    else if (key == "unmade") config.uninstantiable = names(value);
+    else if (key == "lacking") config.missing = names(value, HostFunctionNamed);
+    else if (key == "failing") config.failing = names(value, HostFunctionNamed);
+    else if (key == "classes") config.extra_classes = names(value, HostClassNamed);
+    else if (key == "unmade") config.uninstantiable = names(value, HostClassNamed);
     else if (key == "new-alpha") config.new_picture_alpha_info = static_cast<uint32_t>(Integer(value));
     else if (key == "no-draw") config.no_draw_method = true;
     else if (key == "lend") config.lend_true_color = true;
@@ -105,10 +114,7 @@ refhost::PictureSetup SetupOf(const std::string& spelling, refhost::HostKind hos
   return setup;
 }
 
-namespace {
-
-// A name the host logs calls by: a misspelt one would count no calls and pass every "=0".
-const std::string& HostFunction(const std::string& name) {
+const std::string& HostFunctionNamed(const std::string& name) {
   static const std::set<std::string> names = [] {
     std::set<std::string> listed = {"DrawPicture"};  // the method the host hands out for drawing
 #define PIXELTEST_LISTED(wrapper, lookup, result, parameters) listed.insert(lookup);
@@ -121,6 +127,15 @@ const std::string& HostFunction(const std::string& name) {
   return name;
 }
 
+const std::string& HostClassNamed(const std::string& name) {
+  using refhost::HostKind;
+  for (HostKind kind : {HostKind::Desktop, HostKind::Console, HostKind::Web})
+    if (refhost::Host::HasClass(kind, name)) return name;
+  throw std::invalid_argument("no host has a class called " + name);
+}
+
+namespace {
+
 Expected ParseExpected(const std::string& text) {
   Expected expected;
   const size_t bar = text.find(" | ");
@@ -129,11 +144,12 @@ Expected ParseExpected(const std::string& text) {
     const std::string name = item.substr(0, item.find('=')), value = item.substr(item.find('=') + 1);
     if (name == "order")
       for (const std::string& called : Split(value, ','))
-        expected.order += (expected.order.empty() ? "" : ",") + HostFunction(called);
-    else expected.calls.push_back({HostFunction(name), Integer(value)});
+        expected.order += (expected.order.empty() ? "" : ",") + HostFunctionNamed(called);
+    else expected.calls.push_back({HostFunctionNamed(name), Integer(value)});
   }
   if (result.find(": ") != std::string::npos) {
-    expected.kind = Expected::kRaised, expected.exception = result;
+    expected.kind = Expected::kRaised;
+    expected.exception = result;
   } else if (result == "picture" || result == "dest") {
     expected.kind = result == "dest" ? Expected::kDest : Expected::kPicture;
   } else if (result == "false" || result == "nil") {

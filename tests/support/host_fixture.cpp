@@ -4,6 +4,7 @@
 #include <string>
 
 #include "refhost/system.h"
+#include "tests/support/last_words.h"
 
 // Every AddressSanitizer build checks each host process for leaks.
 #if defined(__SANITIZE_ADDRESS__)
@@ -43,6 +44,9 @@ bool FailedSince(int before) {
   return false;
 }
 
+constexpr const char* kChooseAs = "PixelbridgeProbeChooseAs";
+KernelChoice gChoice = {-1, -1};  // the hosts' choice of kernels (ForEachKernelChoice); -1: their own
+
 int ResultsSoFar() { return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count(); }
 
 }  // namespace
@@ -61,7 +65,17 @@ void InChild(const std::function<void()>& body) {
   const int index = ++cases;
   const refhost::os::ProcessEnd end = refhost::os::RunChild(index, "--gtest_filter=" + name, [&] {
     const int before = ResultsSoFar();
-    body();
+    // An exception ends the host process here, reported as its own failure: past this point
+    // it would run on into the parent's later tests.
+    try {
+      body();
+    } catch (const std::exception& thrown) {
+      ADD_FAILURE() << "the host process threw: " << thrown.what();
+      return 1;
+    } catch (...) {
+      ADD_FAILURE() << "the host process threw something other than a std::exception";
+      return 1;
+    }
 #if PIXELTEST_LEAK_CHECK
     // The child leaves without exit handlers, so the sanitizer's own check at exit never runs.
     if (__lsan_do_recoverable_leak_check() != 0) ADD_FAILURE() << "the host process leaked memory (above)";
@@ -80,6 +94,8 @@ void WithHost(const refhost::HostConfig& config, const std::function<void(refhos
     return;
   }
   if (auto reset = reinterpret_cast<void (*)()>(host.Symbol("PixelbridgeProbeReset"))) reset();
+  const auto choose = reinterpret_cast<ChooseKernels>(host.Symbol(kChooseAs));
+  if (gChoice.row >= 0 && !(choose && gChoice.MakeWith(choose))) ADD_FAILURE() << "no " << gChoice.Name() << " here";
   if (start) host.Start(&error);
   body(host);
 }
@@ -93,14 +109,17 @@ void ExpectBalanced(const refhost::CallResult& result) {
   for (const std::string& problem : result.problems) ADD_FAILURE() << problem;
 }
 
-void ForEachSimdLevel(refhost::Host& host, const std::function<void()>& body) {
-  auto cap = Probe<void (*)(int)>(host, "PixelbridgeProbeCapSimd");
-  const int widest = Probe<int (*)()>(host, "PixelbridgeProbeDetectedSimd")();
-  for (int level = 0; level <= widest; ++level) {
-    SCOPED_TRACE(testing::Message() << "SIMD level " << level);
-    cap(level);
+void ForEachKernelChoice(const std::function<void()>& body) {
+  std::vector<KernelChoice> choices;
+  WithHost(
+      ProbeConfig(), [&](refhost::Host& host) { choices = KernelChoices(Probe<ChooseKernels>(host, kChooseAs)); },
+      false);
+  for (const KernelChoice& choice : choices) {
+    SCOPED_TRACE(choice.Name());
+    gChoice = choice;
     body();
   }
+  gChoice = {-1, -1};
 }
 
 CallOutcome ExpectCall(refhost::Host& host, const MethodCall& call) {
@@ -111,19 +130,39 @@ CallOutcome ExpectCall(refhost::Host& host, const MethodCall& call) {
 
 CallOutcome ExpectCall(refhost::Host& host, const std::string& line) {
   SCOPED_TRACE(line);
-  return ExpectCall(host, ParseCall(line));
+  try {
+    return ExpectCall(host, ParseCall(line));
+  } catch (const std::invalid_argument& misspelt) {
+    ADD_FAILURE() << misspelt.what();
+    return {};
+  }
 }
 
 // "host" lines start a host, other lines are calls on it.
 void ExpectCaseTable(const std::string& plugin) {
-  std::vector<std::pair<refhost::HostConfig, std::vector<std::string>>> hosts;
-  for (const std::string& line : DataLines("calls.txt")) {
-    if (line.rfind("host ", 0) == 0) hosts.push_back({ParseHost(line, plugin), {}});
-    else hosts.back().second.push_back(line);
+  std::vector<int> numbers;
+  const std::vector<std::string> lines = DataLines("calls.txt", &numbers);
+  const auto where = [&](size_t i) { return "calls.txt:" + std::to_string(numbers[i]) + ": " + lines[i]; };
+  std::vector<std::vector<size_t>> hosts;  // each host line and the calls below it
+  for (size_t i = 0; i < lines.size(); ++i) {
+    if (lines[i].rfind("host ", 0) == 0) hosts.emplace_back();
+    hosts.back().push_back(i);
   }
-  for (const auto& [config, calls] : hosts)
-    InHost(config, [&, &calls = calls](refhost::Host& host) {
-      for (const std::string& call : calls) ExpectCall(host, call);
+  for (const std::vector<size_t>& host : hosts)
+    InChild([&] {
+      SCOPED_TRACE(where(host[0]));
+      const refhost::HostConfig config = ParseHost(lines[host[0]], plugin);
+      ForEachKernelChoice([&] {
+        WithHost(config, [&](refhost::Host& on) {
+          if (auto setClock = reinterpret_cast<void (*)(uint32_t, int32_t)>(on.Symbol("PixelbridgeProbeSetClock")))
+            setClock(100000, 100000);
+          for (size_t k = 1; k < host.size(); ++k) {
+            SCOPED_TRACE(where(host[k]));
+            SetLastWords(where(host[k]));
+            ExpectCall(on, lines[host[k]]);
+          }
+        });
+      });
     });
 }
 

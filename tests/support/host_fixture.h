@@ -22,7 +22,8 @@ refhost::HostConfig ProbeConfig(refhost::HostKind kind = refhost::HostKind::Desk
 // leaks under the sanitizers.
 void InChild(const std::function<void()>& body);
 // In this process: a host with `config` loads the plug-in, puts its globals back (probe
-// build), starts it unless `start` is false, and runs `body`.
+// build; it then chooses the kernels ForEachKernelChoice asks for), starts it unless `start`
+// is false, and runs `body`.
 void WithHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body, bool start = true);
 // Both: one host in a child process.
 void InHost(const refhost::HostConfig& config, const std::function<void(refhost::Host&)>& body);
@@ -38,14 +39,17 @@ Function Probe(refhost::Host& host, const char* name) {
   return reinterpret_cast<Function>(symbol);
 }
 
-// Runs `body` once for each SIMD level the probe build's kernels may use on their processor,
-// with the kernels held to that level.
-void ForEachSimdLevel(refhost::Host& host, const std::function<void()>& body);
+// Runs `body` once for each choice of kernels a processor may make (method_calls.h): probe
+// hosts that WithHost makes there choose it.
+void ForEachKernelChoice(const std::function<void()>& body);
 
-// Runs the call (tests/support/method_calls.h) and fails the case for every rule it broke.
+// Runs the call (tests/support/method_calls.h) and fails the case for every rule it broke;
+// a line that doesn't spell a call fails, naming what it doesn't know.
 CallOutcome ExpectCall(refhost::Host& host, const MethodCall& call);
 CallOutcome ExpectCall(refhost::Host& host, const std::string& line);
-// Every call of the case table (tests/data/calls.txt) on its hosts, each loading `plugin`.
+// Every call of the case table (tests/data/calls.txt) on its hosts, each loading `plugin`:
+// once for each choice of kernels with its clock set, where it is the probe. A failure, and a
+// crash of the host process, names its line in the file.
 void ExpectCaseTable(const std::string& plugin);
 
 }  // namespace pixeltest

@@ -23,8 +23,14 @@ namespace pixeltest {
 constexpr int kMethodCount = 50;
 constexpr int kCopyCount = 18;
 const std::string& DeclarationOf(int number);
-// Lines of a data file under tests/data, without blank and comment lines.
-std::vector<std::string> DataLines(const std::string& file);
+// Lines of a data file under tests/data, without blank and comment lines; `numbers` gets
+// the number in the file of each.
+std::vector<std::string> DataLines(const std::string& file, std::vector<int>* numbers = nullptr);
+// The name given, when the host has a function (lookup name) or a class of that name; else
+// std::invalid_argument naming it. A misspelt name would count no calls and pass every "=0",
+// or leave a host that should lack a function whole.
+const std::string& HostFunctionNamed(const std::string& name);
+const std::string& HostClassNamed(const std::string& name);
 
 // A host line and a call line of the case tables, spelled as tests/data/calls.txt tells.
 refhost::HostConfig ParseHost(const std::string& line, const std::string& plugin);
@@ -34,7 +40,7 @@ struct MethodCall {
   std::string expected;                                       // empty: only the rules of every call
   std::unordered_map<std::string, refhost::Object*> objects;  // arguments given as objects, by name
   bool spare = false;         // arguments the method doesn't take are left out, not an error
-  bool shared = false;        // other calls run during it and may write its objects
+  bool shared = false;        // calls run during it write its objects (set before it ends)
   bool keepPixels = true;     // the outcome keeps the returned picture's pixels
   bool keepReturned = false;  // a new picture returned stays with the caller, who releases it
 };
@@ -56,6 +62,18 @@ struct CallOutcome {
 
 // Makes the arguments' objects, calls, checks, and gives back every object it made.
 CallOutcome RunCall(refhost::Host& host, const MethodCall& call);
+
+// The probe's "PixelbridgeProbeChooseAs", and the choices of kernels the tests and the corpus
+// replay run the methods through: each row of the kernel table at each SIMD level of this
+// machine, calls that move 512 bytes or more storing around the caches where the row lets
+// them, so that every kernel a processor may take runs through the methods here.
+using ChooseKernels = bool (*)(int row, int level, int64_t streamFrom);
+struct KernelChoice {
+  int row, level;
+  std::string Name() const;
+  bool MakeWith(ChooseKernels choose) const;  // from now on, until the probe's reset
+};
+std::vector<KernelChoice> KernelChoices(ChooseKernels choose);
 
 // A picture of the host's as the case tables spell it, painted by position (`mask`: with the
 // mask's pattern), with one reference for the caller.
@@ -98,23 +116,33 @@ BoundCall Bind(const MethodCall& call);
 // The host objects of a call's arguments and what it was given.
 struct CallObjects {
   refhost::Picture *receiver = nullptr, *mask = nullptr, *dest = nullptr;
-  refhost::MemoryBlock* block = nullptr;  // a copy's destination, or a conversion's source
-  bool blank = false;                     // the receiver is a vector picture the host can neither draw nor lend: white
+  refhost::MemoryBlock* block = nullptr;          // a copy's destination, or a conversion's source
+  bool blankReceiver = false, blankMask = false;  // read through a copy the host couldn't draw: white
   std::map<std::string, std::vector<int32_t>> arrays;
   std::vector<refhost::Arg> args;
   std::vector<refhost::Object*> made;  // given back after the call
 };
 CallObjects MakeObjects(refhost::Host& host, const BoundCall& bound);
 
-// The oracle. A pixel's bytes as the method's name spells them ("RGBA", "XRGB": a pad byte
+// The oracle. Whether the host has `function` and it answers.
+bool Answers(const refhost::HostConfig& host, const char* function);
+// A picture that can't lend a bitmap (and has no alpha channel the host tells of) is read on
+// a desktop host through a copy that the host draws, or fills with the rows both lend; where
+// it can do neither, the copy stays white.
+bool DrawnBlank(const refhost::HostConfig& host, const refhost::Picture* picture);
+// Whether a host gives the plug-in the entries of integer arrays: their bound, and their
+// elements (read directly from the array on hosts up to 2013.9); else every entry is 0.
+bool ArraysRead(const refhost::HostConfig& host);
+// A pixel's bytes as the method's name spells them ("RGBA", "XRGB": a pad byte
 // left alone, "R": a channel, one every PixelByteSize bytes; "Gray": samples PixelByteSize
 // bytes apart), or as the LittleEndian overloads' argument chooses ("BGRA", "ARGB").
 std::string PixelLetters(const BoundCall& bound);
 // The bytes the call needs in its block: a copy's lines (16 when none), what a conversion reads.
 int64_t BlockBytesNeeded(const BoundCall& bound, const refhost::Picture* receiver, const refhost::Picture* mask);
-// A copy's block afterwards, from its bytes before.
+// A copy's block afterwards, from its bytes before: the lines its line says it writes, or for
+// a line without a result those its arguments ask for (none where the block can't hold them).
 std::vector<uint8_t> ExpectedCopy(const BoundCall& bound, const CallObjects& objects, std::vector<uint8_t> bytes);
 // Pixel x, y of a converted picture, from the source block as it was.
-refhost::Rgba ExpectedPixel(const BoundCall& bound, const CallObjects& objects, bool boundsKnown, int32_t x, int32_t y);
+refhost::Rgba ExpectedPixel(const BoundCall& bound, const CallObjects& objects, bool arraysRead, int32_t x, int32_t y);
 
 }  // namespace pixeltest

@@ -60,6 +60,7 @@ PROBE void PixelbridgeProbeFailAllocationsFrom(int call) {
 //   reset: globalMethods pictureMethods pictureClass
 //   reset by HoldSimdLevel: gHeld
 //   reset by SetStreamingStoresFrom: gStreamingStoresFrom
+//   reset by HoldKernelTableRow: gRowHeld
 //   keeps: ThisProcessor::processor LastLevelCacheBytes::bytes ActiveKernelTable::choices
 //          (the processor, its cache and its row of the kernel table: the same for every host)
 //   keeps: BuildRowPatterns::made BuildRowPatterns::next (patterns found by map and level)
@@ -103,6 +104,7 @@ PROBE void PixelbridgeProbeReset() {
   CurrentREALControlVersion = 0;
   IsDesktop = IsConsole = false;
   HoldSimdLevel(-1);
+  HoldKernelTableRow(nullptr);
   SetStreamingStoresFrom(-1);
   PixelbridgeProbeSetClock(0, 0);
   gClockReads = 0;
@@ -127,6 +129,15 @@ PROBE void PixelbridgeProbeCapSimd(int level) { HoldSimdLevel(level); }
 // Calls that move at least `bytes` store around the caches from now on, as calls larger than
 // the last-level cache do (0: every call; -1: as the cache's size says).
 PROBE void PixelbridgeProbeStreamFrom(int64_t bytes) { SetStreamingStoresFrom(bytes); }
-// The widest level the plug-in found on its processor (a Mac bundle's arm64 slice's is NEON's
-// however wide the test's own processor is).
-PROBE int PixelbridgeProbeDetectedSimd() { return static_cast<int>(DetectedSimdLevel()); }
+
+// Calls choose their kernels as a processor of row `row` of the kernel table at `level` (at
+// most the detected one) would, and those that move at least `streamFrom` bytes store around
+// the caches where the row lets them; false where the build has no such row or the machine
+// no such level.
+PROBE bool PixelbridgeProbeChooseAs(int row, int level, int64_t streamFrom) {
+  if (KernelTableRow(row) == nullptr || level > static_cast<int>(DetectedSimdLevel())) return false;
+  HoldKernelTableRow(KernelTableRow(row));
+  HoldSimdLevel(level);
+  SetStreamingStoresFrom(streamFrom);
+  return true;
+}
