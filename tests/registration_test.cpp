@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/host_function_list.h"
+#include "platform/core_graphics.h"
 #include "tests/support/host_fixture.h"
 
 using pixeltest::InHost;
@@ -153,6 +154,32 @@ TEST(Registration, HostFunctionNamesAsTheHostSpellsThem) {
   std::sort(listed.begin(), listed.end());
   EXPECT_EQ(listed, names);
   EXPECT_EQ(kDrawPictureDeclaration, drawPicture);
+}
+
+// The constants and records that the plug-in and the reference host both take from the
+// plug-in's headers, against the host's contract written down here: a wrong one there would
+// be wrong on both sides and pass every other test.
+TEST(Registration, SharedConstantsAndRecordsAsTheHostsContractHasThem) {
+  EXPECT_EQ(kRBPixelTypeBitmapContext, 8u);
+  EXPECT_EQ(kRBPixelTypeTrueColor, 10u);
+  EXPECT_EQ(kASCIIEncoding, 0x600u);
+  EXPECT_EQ(kCGBitmapAlphaInfoMask, 0x1Fu);
+  EXPECT_EQ((std::vector<uint32_t>{kCGImageAlphaNone, kCGImageAlphaPremultipliedLast, kCGImageAlphaPremultipliedFirst,
+                                   kCGImageAlphaLast, kCGImageAlphaFirst, kCGImageAlphaNoneSkipLast,
+                                   kCGImageAlphaNoneSkipFirst, kCGImageAlphaOnly}),
+            (std::vector<uint32_t>{0, 1, 2, 3, 4, 5, 6, 7}));
+  // Natural alignment: 24 bytes on the 32-bit ABIs, 32 on the 64-bit ones.
+  const size_t word = sizeof(void*);
+  EXPECT_EQ(sizeof(REALpictureDescription), word == 8 ? 32u : 24u);
+  EXPECT_EQ(offsetof(REALpictureDescription, data), word);
+  EXPECT_EQ(offsetof(REALpictureDescription, width), 2 * word);
+  EXPECT_EQ(offsetof(REALpictureDescription, height), 2 * word + 4);
+  // gd's image record: pixels, sx, sy, trueColor and tpixels.
+  EXPECT_EQ(offsetof(TrueColorImage, pixels), 0u);
+  EXPECT_EQ(offsetof(TrueColorImage, sx), word);
+  EXPECT_EQ(offsetof(TrueColorImage, sy), word + 4);
+  EXPECT_EQ(offsetof(TrueColorImage, trueColor), word == 8 ? 7248u : 7224u);
+  EXPECT_EQ(offsetof(TrueColorImage, tpixels), word == 8 ? 7256u : 7228u);
 }
 
 }  // namespace
