@@ -61,8 +61,10 @@ std::string DecodeHost(FuzzedDataProvider& input) {
   static const char* const kKinds[] = {"desktop", "console", "web"};
   static const char* const kClasses[] = {"RuntimeException", "NilObjectException", "UnsupportedOperationException",
                                          "OutOfBoundsException"};
-  std::string line =
-      std::string("host ") + input.PickValueInArray(kKinds) + " version=" + input.PickValueInArray(kVersions);
+  // One input decodes alike whatever the compiler: each value is taken in a statement of its
+  // own, since the operands of + are evaluated in no fixed order.
+  const char* const kind = input.PickValueInArray(kKinds);
+  std::string line = std::string("host ") + kind + " version=" + input.PickValueInArray(kVersions);
   const std::string lacking = DecodeHostFunctions(input, true), failing = DecodeHostFunctions(input, false);
   if (!lacking.empty()) line += " lacking=" + lacking;
   if (!failing.empty()) line += " failing=" + failing;
@@ -89,11 +91,12 @@ ProgramObjects DecodeObjects(FuzzedDataProvider& input, refhost::Host& host) {
   ProgramObjects objects;
   for (int count = input.ConsumeIntegralInRange(0, 4); count > 0; --count) {
     static const char* const kKinds[] = {":bitmap", ":truecolour", ":vector"};
-    const int kind = input.ConsumeIntegralInRange(0, 2);  // gd makes no empty images
-    std::string spelling = std::to_string(input.ConsumeIntegralInRange(kind == 0 ? 0 : 1, 12)) + "x" +
-                           std::to_string(input.ConsumeIntegralInRange(kind == 0 ? 0 : 1, 12)) + kKinds[kind] +
-                           ":format" + std::to_string(input.ConsumeIntegralInRange(0, 7)) + ":pad" +
-                           std::to_string(input.ConsumeIntegralInRange(0, 7));
+    const int kind = input.ConsumeIntegralInRange(0, 2);
+    const int width = input.ConsumeIntegralInRange(kind == 0 ? 0 : 1, 12);  // gd makes no empty images
+    const int height = input.ConsumeIntegralInRange(kind == 0 ? 0 : 1, 12);
+    const int format = input.ConsumeIntegralInRange(0, 7);
+    std::string spelling = std::to_string(width) + "x" + std::to_string(height) + kKinds[kind] + ":format" +
+                           std::to_string(format) + ":pad" + std::to_string(input.ConsumeIntegralInRange(0, 7));
     const auto flags = input.ConsumeIntegral<uint8_t>();
     for (const auto& [bit, option] : {std::pair{1, ":alpha"}, {2, ":palette"}, {4, ":noflag"}, {8, ":refuse"}})
       if ((flags & bit) && (bit != 2 || kind == 1)) spelling += option;

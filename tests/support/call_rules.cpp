@@ -133,9 +133,11 @@ CallOutcome RunCall(refhost::Host& host, const MethodCall& call) {
          "the destination, or not");
     rule(returned == objects.dest || destAfter == destBefore, "a destination too small changed");
     const bool arraysRead = ArraysRead(host.config());
-    // A console host may write a picture of another kind through a true-colour rendering.
+    // A console host, or one that doesn't say its kind, may write a picture of another kind
+    // through a true-colour rendering of it.
     const bool rendered =
-        returned->setup().kind != refhost::PictureKind::TrueColor && host.config().kind != refhost::HostKind::Desktop;
+        returned->setup().kind != refhost::PictureKind::TrueColor &&
+        (host.config().kind != refhost::HostKind::Desktop || !Answers(host.config(), "pluginObjectType"));
     const auto firstWrongPixel = [&]() -> std::string {
       for (int32_t y = 0; y < returned->height(); ++y)
         for (int32_t x = 0; x < returned->width(); ++x) {
