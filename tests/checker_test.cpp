@@ -8,12 +8,16 @@ using refhost::Host;
 using refhost::Picture;
 using Breaks = std::function<void(Host&, Picture*, uint8_t*)>;
 
-// Raises an exception of the host's making, as the plug-in would.
-Breaks Raise(const char* className, const char* message, int32_t errorNumber = 0, int times = 1) {
+// Raises an exception of the host's making, as the plug-in would (its message tagged ASCII).
+Breaks Raise(const char* className, const char* message, int32_t errorNumber = 0, int times = 1,
+             uint32_t encoding = 0x600) {
   return [=](Host& host, Picture*, uint8_t*) {
     for (int i = 0; i < times; ++i) {
       auto* exception = host.Make<refhost::Instance>(className);
-      if (message != nullptr) exception->strings["Message"] = host.Make<refhost::String>(message);
+      if (message != nullptr) {
+        exception->strings["Message"] = host.Make<refhost::String>(message);
+        exception->strings["Message"]->encoding = encoding;
+      }
       if (errorNumber != 0) exception->ints["ErrorNumber"] = errorNumber;
       host.Raise(exception);
       host.Release(exception);
@@ -39,7 +43,7 @@ TEST(Checker, ReportsExactlyTheRuleBroken) {
          picture->Lock(&description, kRBPixelTypeBitmapContext, false);
        },
        {"#1 (Picture) holds 1 pixel locks, expected 0"}},
-      {copy, [](Host&, Picture*, uint8_t* block) { block[1] = 1; }, {"wrote before the offset", "byte 1 differs"}},
+      {copy, [](Host&, Picture*, uint8_t* block) { block[1] = 1; }, {"byte 1 differs"}},
       {checked,
        [](Host&, Picture* picture, uint8_t*) {
          picture->SetPixel(2, 3, {1, 2, 3, 255});
@@ -53,6 +57,7 @@ TEST(Checker, ReportsExactlyTheRuleBroken) {
        Raise("NilObjectException", "Mask is nil"),
        {"undocumented exception NilObjectException: Mask is nil", trueResult}},
       {copy, Raise("NilObjectException", nullptr, 3), {"ErrorNumber is not 0", trueResult}},
+      {copy, Raise("NilObjectException", "Picture is nil", 0, 1, 0), {"the message isn't tagged ASCII", trueResult}},
       {copy, Raise("NilObjectException", nullptr, 0, 2), {"more than one exception raised", trueResult}},
       {copy + " -> false", nullptr, {"didn't fail"}},
       {checked + " | newPicture=1", nullptr, {"newPicture called otherwise"}},

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "host/exceptions.h"
 #include "host/host_functions.h"
 #include "host/host_kind.h"
 #include "host/yield.h"
@@ -111,17 +110,10 @@ PROBE void PixelbridgeProbeReset() {
   PixelbridgeProbeFailAllocationsFrom(0);
 }
 
-PROBE void PixelbridgeProbeRaise(const char* className, const char* message) { RaiseException(className, message); }
-
 PROBE YieldData* PixelbridgeProbeNewYield(int32_t interval) { return new YieldData(interval); }
 PROBE void PixelbridgeProbeDoYield(YieldData* data) { data->DoYield(); }
 PROBE int32_t PixelbridgeProbeYieldLast(const YieldData* data) { return data->last; }
 PROBE void PixelbridgeProbeFreeYield(YieldData* data) { delete data; }
-
-PROBE RecordWord* PixelbridgeProbeFixProperties(const REALproperty* list, intptr_t count) {
-  return FixProperties(list, count);
-}
-PROBE void PixelbridgeProbeFree(void* memory) { free(memory); }
 
 // Holds every shape's kernels to one SIMD level from now on (at most the detected one), or
 // with -1 lets the kernel table choose again.
