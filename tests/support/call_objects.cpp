@@ -76,6 +76,7 @@ CallObjects MakeObjects(refhost::Host& host, const BoundCall& bound) {
   }
   objects.blankReceiver = DrawnBlank(host.config(), objects.receiver);
   objects.blankMask = DrawnBlank(host.config(), objects.mask);
+  objects.blank = host.HostPictureSpec(1, 1).fill;
   const int64_t needed = BlockBytesNeeded(bound, objects.receiver, objects.mask);
   for (size_t i = 0; i < bound.params.size(); ++i) {
     const refhost::Parameter& param = bound.params[i];

@@ -41,13 +41,19 @@ bool Answers(const refhost::HostConfig& host, const char* function) {
 }
 
 bool DrawnBlank(const refhost::HostConfig& host, const refhost::Picture* picture) {
-  if (picture == nullptr || host.kind != refhost::HostKind::Desktop) return false;
+  using refhost::PictureKind;
+  // A host known to be a console one has its pictures opened as true-colour images instead.
+  if (picture == nullptr || (host.kind != refhost::HostKind::Desktop && Answers(host, "pluginObjectType")))
+    return false;
   const refhost::PictureSetup& setup = picture->setup();
-  const bool lendsBitmap = setup.kind == refhost::PictureKind::Bitmap && !setup.refuse_locks;
+  const bool lendsBitmap = setup.kind == PictureKind::Bitmap && !setup.refuse_locks;
   const bool drawn = !lendsBitmap && !(setup.has_alpha && Answers(host, "REALGetPropValueBool"));
   const bool draws = !host.no_draw_method && Answers(host, "REALLoadObjectMethod");
-  // Without DrawPicture the copy takes the picture's true-colour rows, where both lend them.
-  const bool lendsRows = host.lend_true_color && !setup.refuse_locks && !setup.palette;
+  // Without DrawPicture the copy takes the picture's true-colour rows, where both lend them
+  // (a copy made on a desktop host is a bitmap).
+  const bool lendsRows = !setup.refuse_locks && !setup.palette &&
+                         (setup.kind == PictureKind::TrueColor || host.lend_true_color) &&
+                         (host.kind != refhost::HostKind::Desktop || host.lend_true_color);
   return drawn && (!Answers(host, "pluginPictureGraphicsGetter") || (!draws && !lendsRows));
 }
 
@@ -81,7 +87,6 @@ std::vector<uint8_t> ExpectedCopy(const BoundCall& bound, const CallObjects& obj
   const int32_t pixels = receiver->height() == 0 ? 0
                          : mask != nullptr       ? std::min(mask->width(), receiver->width())
                                                  : receiver->width();
-  const refhost::Rgba white{255, 255, 255, 255};
   // Alpha from the mask, or AlphaValue; outside 0..255 the LittleEndian overload leaves it.
   const int32_t alpha = bound.Int("AlphaValue");
   const bool alphaSet = !bound.Takes("LittleEndian") || (alpha >= 0 && alpha <= 255);
@@ -89,14 +94,14 @@ std::vector<uint8_t> ExpectedCopy(const BoundCall& bound, const CallObjects& obj
     // Lines past the picture's last take row 0; the mask's lines are its own.
     const int32_t line = lines.first + k, row = line < receiver->height() ? line : 0;
     for (int32_t x = 0; x < pixels; ++x) {
-      const refhost::Rgba colour = objects.blankReceiver ? white : receiver->GetPixel(x, row);
+      const refhost::Rgba colour = objects.blankReceiver ? objects.blank : receiver->GetPixel(x, row);
       uint8_t* at = &bytes.at(size_t(lines.offset + k * lines.pitch + x * lines.pixelBytes));
       for (size_t i = 0; i < letters.size(); ++i) {
         if (letters[i] == 'R') at[i] = colour.r;
         if (letters[i] == 'G') at[i] = colour.g;
         if (letters[i] == 'B') at[i] = colour.b;
         if (letters[i] == 'A' && mask != nullptr)
-          at[i] = static_cast<uint8_t>(255 - (objects.blankMask ? white : mask->GetPixel(x, line)).g);
+          at[i] = static_cast<uint8_t>(255 - (objects.blankMask ? objects.blank : mask->GetPixel(x, line)).g);
         else if (letters[i] == 'A' && alphaSet) at[i] = static_cast<uint8_t>(alpha);
       }
     }

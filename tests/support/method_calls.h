@@ -117,7 +117,8 @@ BoundCall Bind(const MethodCall& call);
 struct CallObjects {
   refhost::Picture *receiver = nullptr, *mask = nullptr, *dest = nullptr;
   refhost::MemoryBlock* block = nullptr;          // a copy's destination, or a conversion's source
-  bool blankReceiver = false, blankMask = false;  // read through a copy the host couldn't draw: white
+  bool blankReceiver = false, blankMask = false;  // read through a copy the host couldn't draw,
+  refhost::Rgba blank;                            // which holds what the host's new pictures hold
   std::map<std::string, std::vector<int32_t>> arrays;
   std::vector<refhost::Arg> args;
   std::vector<refhost::Object*> made;  // given back after the call
@@ -127,8 +128,8 @@ CallObjects MakeObjects(refhost::Host& host, const BoundCall& bound);
 // The oracle. Whether the host has `function` and it answers.
 bool Answers(const refhost::HostConfig& host, const char* function);
 // A picture that can't lend a bitmap (and has no alpha channel the host tells of) is read on
-// a desktop host through a copy that the host draws, or fills with the rows both lend; where
-// it can do neither, the copy stays white.
+// a host not known to be a console one through a copy that the host draws, or fills with the
+// rows both lend; where it can do neither, the copy stays as the host made it.
 bool DrawnBlank(const refhost::HostConfig& host, const refhost::Picture* picture);
 // Whether a host gives the plug-in the entries of integer arrays: their bound, and their
 // elements (read directly from the array on hosts up to 2013.9); else every entry is 0.
