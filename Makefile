@@ -89,9 +89,11 @@ fuzz: deps-fuzz build/fuzz/CMakeCache.txt
 	build/fuzz/pixelbridge_fuzz build/fuzz/corpus tests/fuzz/corpus -max_total_time=$(FUZZ_SECONDS) \
 	  -max_len=2048 -timeout=60 -artifact_prefix=build/fuzz/artifacts/ -print_final_stats=1
 
-# The bounded run of CI.
+# The bounded run of CI. An input found failing stays in build/fuzz/artifacts/; the log names
+# it and holds it in base64, so that it can go into the corpus with its fix.
 fuzz-ci:
-	$(MAKE) fuzz FUZZ_SECONDS=60
+	$(MAKE) fuzz FUZZ_SECONDS=60 || { for input in build/fuzz/artifacts/*; do \
+	  echo "fuzz-ci: failing input $$input, in base64:"; base64 "$$input"; done; exit 1; }
 
 # The C++ sources as .clang-format has them: format rewrites them, format-check fails on a difference.
 format: deps-format
