@@ -286,13 +286,16 @@ class CallRunner {
   }
 
   // The oracle can't know what a copy leaves when a call run during its yield writes its
-  // block or a picture it reads: the copy is then held to the rules alone (MethodCall::shared).
-  void NoteWrites(const pixeltest::MethodCall& nested) {
+  // block or a picture it reads, nor what that call leaves in a picture the copy holds open
+  // (which the host may show only once the copy lets it go): both are then held to the rules
+  // alone (MethodCall::shared).
+  void NoteWrites(pixeltest::MethodCall& nested) {
     pixeltest::MethodCall& yielding = *running_.front();
     for (const char* written : {"destination", "dest"}) {
       const auto object = nested.objects.find(written);
       if (object == nested.objects.end() || object->second == nullptr) continue;
-      for (const auto& [name, mine] : yielding.objects) yielding.shared |= mine == object->second;
+      for (const auto& [name, mine] : yielding.objects)
+        if (mine == object->second) yielding.shared = nested.shared = true;
     }
   }
 
