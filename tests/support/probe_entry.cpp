@@ -23,23 +23,15 @@ int gAllocationsSeen = 0;
 int gFailAllocationsFrom = 0;  // 0: none fail
 uint32_t gTicks = 0;
 int32_t gMilliseconds = 0;
-int gClockReads = 0;
 }  // namespace
 
-uint32_t PlatformTickCount() {
-  ++gClockReads;
-  return gTicks;
-}
-int32_t PlatformMilliseconds() {
-  ++gClockReads;
-  return gMilliseconds;
-}
+uint32_t PlatformTickCount() { return gTicks; }
+int32_t PlatformMilliseconds() { return gMilliseconds; }
 
 PROBE void PixelbridgeProbeSetClock(uint32_t ticks, int32_t milliseconds) {
   gTicks = ticks;
   gMilliseconds = milliseconds;
 }
-PROBE int PixelbridgeProbeClockReads() { return gClockReads; }
 
 // The plug-in's allocation, in place of platform/allocation.cpp: from the chosen call on, it fails.
 void* PlatformCalloc(size_t count, size_t size) {
@@ -106,7 +98,6 @@ PROBE void PixelbridgeProbeReset() {
   HoldKernelTableRow(nullptr);
   SetStreamingStoresFrom(-1);
   PixelbridgeProbeSetClock(0, 0);
-  gClockReads = 0;
   PixelbridgeProbeFailAllocationsFrom(0);
 }
 
