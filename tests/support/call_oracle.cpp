@@ -47,7 +47,9 @@ bool DrawnBlank(const refhost::HostConfig& host, const refhost::Picture* picture
     return false;
   const refhost::PictureSetup& setup = picture->setup();
   const bool lendsBitmap = setup.kind == PictureKind::Bitmap && !setup.refuse_locks;
-  const bool drawn = !lendsBitmap && !(setup.has_alpha && Answers(host, "REALGetPropValueBool"));
+  // The copy is made to the picture's size, which the host must tell.
+  const bool drawn = !lendsBitmap && !(setup.has_alpha && Answers(host, "REALGetPropValueBool")) &&
+                     Answers(host, "REALGetPropValueInt") && Answers(host, "newPicture");
   const bool draws = !host.no_draw_method && Answers(host, "REALLoadObjectMethod");
   // Without DrawPicture the copy takes the picture's true-colour rows, where both lend them
   // (a copy made on a desktop host is a bitmap).
