@@ -111,37 +111,40 @@ std::vector<uint8_t> ExpectedCopy(const BoundCall& bound, const CallObjects& obj
   return bytes;
 }
 
-refhost::Rgba ExpectedPixel(const BoundCall& bound, const CallObjects& objects, bool arraysRead, int32_t x, int32_t y) {
-  const int32_t width = bound.Int("width"), height = bound.Int("height");
-  const uint8_t* source = objects.block->data() + bound.Int("offset");
+ExpectedPixels::ExpectedPixels(const BoundCall& bound, const CallObjects& objects, bool arraysRead)
+    : source_(objects.block->data() + bound.Int("offset")),
+      width_(bound.Int("width")),
+      height_(bound.Int("height")),
+      flip_(bound.Int("FlipVertically") != 0) {
   const std::string letters = PixelLetters(bound);
-  if (letters != "Gray") {
-    const int32_t row = bound.Int("FlipVertically") != 0 ? height - 1 - y : y;
-    const uint8_t* pixel = source + (int64_t{row} * width + x) * int64_t(letters.size());
-    refhost::Rgba colour;
-    for (size_t k = 0; k < letters.size(); ++k) {
-      if (letters[k] == 'R') colour.r = pixel[k];
-      if (letters[k] == 'G') colour.g = pixel[k];
-      if (letters[k] == 'B') colour.b = pixel[k];
-    }
-    return colour;
-  }
-  // A gray sample through a tint (v × factor / 256, truncated) or a table (0 past its end, or
+  gray_ = letters == "Gray";
+  stride_ = gray_ ? bound.Int("PixelByteSize") : int64_t(letters.size());
+  for (int k = 0; k < 3; ++k) at_[k] = letters.find("RGB"[k]);
+  // A gray sample v through a tint (v × factor / 256, truncated) or a table (0 past its end, or
   // for a nil array, or on a host that doesn't give the entries).
-  const int v = source[(int64_t{y} * width + x) * bound.Int("PixelByteSize")];
-  uint8_t channel[3] = {uint8_t(v), uint8_t(v), uint8_t(v)};
   const char* names[] = {"Red", "Blue", "Green"};  // in declared order: red, green, blue
   for (int k = 0; k < 3; ++k) {
-    if (!bound.Takes(names[k])) continue;
-    if (bound.params[size_t(bound.Index(names[k]))].type == refhost::ParamType::IntegerArray) {
-      const auto table = objects.arrays.find(names[k]);
-      const bool known = arraysRead && table != objects.arrays.end() && v < int(table->second.size());
-      channel[k] = known ? uint8_t(std::clamp(table->second[size_t(v)], 0, 255)) : 0;
-    } else {
-      channel[k] = uint8_t(std::clamp<int64_t>(int64_t{v} * bound.Int(names[k]) / 256, 0, 255));
+    const bool tinted = bound.Takes(names[k]);
+    const bool table = tinted && bound.params[size_t(bound.Index(names[k]))].type == refhost::ParamType::IntegerArray;
+    const auto values = objects.arrays.find(names[k]);
+    for (int v = 0; v < 256; ++v) {
+      if (!tinted) {
+        tables_[k][v] = uint8_t(v);
+      } else if (table) {
+        const bool known = arraysRead && values != objects.arrays.end() && v < int(values->second.size());
+        tables_[k][v] = known ? uint8_t(std::clamp(values->second[size_t(v)], 0, 255)) : 0;
+      } else {
+        tables_[k][v] = uint8_t(std::clamp<int64_t>(int64_t{v} * bound.Int(names[k]) / 256, 0, 255));
+      }
     }
   }
-  return refhost::Rgba{channel[0], channel[1], channel[2], 255};
+}
+
+refhost::Rgba ExpectedPixels::operator()(int32_t x, int32_t y) const {
+  const int32_t row = flip_ ? height_ - 1 - y : y;
+  const uint8_t* pixel = source_ + (int64_t{row} * width_ + x) * stride_;
+  if (gray_) return refhost::Rgba{tables_[0][*pixel], tables_[1][*pixel], tables_[2][*pixel], 255};
+  return refhost::Rgba{pixel[at_[0]], pixel[at_[1]], pixel[at_[2]], 255};
 }
 
 }  // namespace pixeltest

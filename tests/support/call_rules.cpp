@@ -132,7 +132,7 @@ CallOutcome RunCall(refhost::Host& host, const MethodCall& call) {
     rule(expected.kind == Expected::kUnchecked || (returned == objects.dest) == (expected.kind == Expected::kDest),
          "the destination, or not");
     rule(returned == objects.dest || destAfter == destBefore, "a destination too small changed");
-    const bool arraysRead = ArraysRead(host.config());
+    const ExpectedPixels wanted(bound, objects, ArraysRead(host.config()));
     // A console host, or one that doesn't say its kind, may write a picture of another kind
     // through a true-colour rendering of it.
     const bool rendered =
@@ -143,8 +143,7 @@ CallOutcome RunCall(refhost::Host& host, const MethodCall& call) {
         for (int32_t x = 0; x < returned->width(); ++x) {
           const refhost::Rgba got = returned->GetPixel(x, y);
           if (x < width && y < height) {
-            if (got != ExpectedPixel(bound, objects, arraysRead, x, y))
-              return "pixel " + std::to_string(x) + "," + std::to_string(y);
+            if (got != wanted(x, y)) return "pixel " + std::to_string(x) + "," + std::to_string(y);
           } else if (returned == objects.dest) {  // else another size, reported above
             const refhost::Rgba before = destBefore.at(size_t(y) * returned->width() + x);
             if (got != before && !(rendered && got == refhost::ThroughTrueColor(before)))

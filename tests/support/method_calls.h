@@ -143,7 +143,20 @@ int64_t BlockBytesNeeded(const BoundCall& bound, const refhost::Picture* receive
 // A copy's block afterwards, from its bytes before: the lines its line says it writes, or for
 // a line without a result those its arguments ask for (none where the block can't hold them).
 std::vector<uint8_t> ExpectedCopy(const BoundCall& bound, const CallObjects& objects, std::vector<uint8_t> bytes);
-// Pixel x, y of a converted picture, from the source block as it was.
-refhost::Rgba ExpectedPixel(const BoundCall& bound, const CallObjects& objects, bool arraysRead, int32_t x, int32_t y);
+// The pixels a converted picture must hold, from the source block as it was, worked out once
+// a call: pixel x, y.
+class ExpectedPixels {
+ public:
+  ExpectedPixels(const BoundCall& bound, const CallObjects& objects, bool arraysRead);
+  refhost::Rgba operator()(int32_t x, int32_t y) const;
+
+ private:
+  const uint8_t* source_;
+  int32_t width_, height_;
+  bool flip_, gray_ = false;
+  int64_t stride_ = 0;      // bytes from one source pixel to the next
+  size_t at_[3] = {};       // colour: where red, green and blue sit in a source pixel
+  uint8_t tables_[3][256];  // gray: red, green and blue for each sample
+};
 
 }  // namespace pixeltest
