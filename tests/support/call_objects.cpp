@@ -77,6 +77,10 @@ CallObjects MakeObjects(refhost::Host& host, const BoundCall& bound) {
   objects.blankReceiver = DrawnBlank(host.config(), objects.receiver);
   objects.blankMask = DrawnBlank(host.config(), objects.mask);
   objects.blank = host.HostPictureSpec(1, 1).fill;
+  // On a host that doesn't say its kind, whether a picture is read through a drawn copy
+  // depends on what earlier locks taught the plug-in: where that copy would stay blank, the
+  // oracle can't know what the call reads.
+  objects.unknowable = (objects.blankReceiver || objects.blankMask) && !Answers(host.config(), "pluginObjectType");
   const int64_t needed = BlockBytesNeeded(bound, objects.receiver, objects.mask);
   for (size_t i = 0; i < bound.params.size(); ++i) {
     const refhost::Parameter& param = bound.params[i];

@@ -119,6 +119,7 @@ struct CallObjects {
   refhost::MemoryBlock* block = nullptr;          // a copy's destination, or a conversion's source
   bool blankReceiver = false, blankMask = false;  // read through a copy the host couldn't draw,
   refhost::Rgba blank;                            // which holds what the host's new pictures hold
+  bool unknowable = false;                        // what the call reads, the oracle can't know
   std::map<std::string, std::vector<int32_t>> arrays;
   std::vector<refhost::Arg> args;
   std::vector<refhost::Object*> made;  // given back after the call
