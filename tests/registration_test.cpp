@@ -123,6 +123,22 @@ TEST(Registration, Version9AllocationFailureSkipsOnlyTheClass) {
   }
 }
 
+TEST(Registration, FixPropertiesKeepsTheFirstTenWords) {
+  InHost(pixeltest::ProbeConfig(), [](Host& host) {
+    auto fix = pixeltest::Probe<uintptr_t* (*)(const uintptr_t*, intptr_t)>(host, "PixelbridgeProbeFixProperties");
+    uintptr_t properties[2 * 12];
+    for (int i = 0; i < 24; ++i) properties[i] = 100 + i;
+    uintptr_t* fixed = fix(properties, 2);
+    ASSERT_NE(fixed, nullptr);
+    for (int p = 0; p < 2; ++p)
+      for (int w = 0; w < 10; ++w) EXPECT_EQ(fixed[p * 10 + w], properties[p * 12 + w]);
+    pixeltest::Probe<void (*)(void*)>(host, "PixelbridgeProbeFree")(fixed);
+    EXPECT_EQ(fix(nullptr, 2), nullptr);
+    EXPECT_EQ(fix(properties, 0), nullptr);
+    EXPECT_EQ(fix(properties, -1), nullptr);
+  });
+}
+
 // The host function list, which the plug-in and the reference host both expand, against
 // the host's names written out on their own: a misspelt name would pass every other test.
 TEST(Registration, HostFunctionNamesAsTheHostSpellsThem) {

@@ -106,6 +106,11 @@ PROBE void PixelbridgeProbeDoYield(YieldData* data) { data->DoYield(); }
 PROBE int32_t PixelbridgeProbeYieldLast(const YieldData* data) { return data->last; }
 PROBE void PixelbridgeProbeFreeYield(YieldData* data) { delete data; }
 
+PROBE RecordWord* PixelbridgeProbeFixProperties(const REALproperty* list, intptr_t count) {
+  return FixProperties(list, count);
+}
+PROBE void PixelbridgeProbeFree(void* memory) { free(memory); }
+
 // Holds every shape's kernels to one SIMD level from now on (at most the detected one), or
 // with -1 lets the kernel table choose again.
 PROBE void PixelbridgeProbeCapSimd(int level) { HoldSimdLevel(level); }
