@@ -9,6 +9,7 @@ namespace {
 using pixeltest::kCopyCount;
 
 TEST(Methods, CaseTable) { pixeltest::ExpectCaseTable(PIXELBRIDGE_PROBE); }
+TEST(Methods, CaseTableAsShipped) { pixeltest::ExpectCaseTable(PIXELBRIDGE_PLUGIN); }
 
 // Copies take lines 1 to 3 of 4 from a picture of each format, with a gap after each line
 // and bytes before the offset; conversions make pictures of each format; at every choice of

@@ -105,7 +105,8 @@ CallOutcome RunCall(refhost::Host& host, const MethodCall& call) {
     rule(outcome.failed != expected.Succeeds(), expected.Succeeds() ? "failed" : "didn't fail");
     rule(outcome.exception == expected.exception, "raised \"" + outcome.exception + "\"");
     for (const auto& [name, count] : expected.calls)
-      rule(host.CallCount(name) - callsBefore[name] == count, name + " called otherwise");
+      if (call.clockSet || name != "REALYieldToRB")
+        rule(host.CallCount(name) - callsBefore[name] == count, name + " called otherwise");
     if (!expected.order.empty()) {
       // The host's kind is asked for at every open until a lock settles it: those lookups
       // belong to where the line stands, not to the call, unless the line names them.

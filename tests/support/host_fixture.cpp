@@ -128,10 +128,12 @@ CallOutcome ExpectCall(refhost::Host& host, const MethodCall& call) {
   return outcome;
 }
 
-CallOutcome ExpectCall(refhost::Host& host, const std::string& line) {
+CallOutcome ExpectCall(refhost::Host& host, const std::string& line, bool clockSet) {
   SCOPED_TRACE(line);
   try {
-    return ExpectCall(host, ParseCall(line));
+    MethodCall call = ParseCall(line);
+    call.clockSet = clockSet;
+    return ExpectCall(host, call);
   } catch (const std::invalid_argument& misspelt) {
     ADD_FAILURE() << misspelt.what();
     return {};
@@ -148,21 +150,21 @@ void ExpectCaseTable(const std::string& plugin) {
     if (lines[i].rfind("host ", 0) == 0) hosts.emplace_back();
     hosts.back().push_back(i);
   }
+  const bool probe = plugin == PIXELBRIDGE_PROBE;
+  const auto run = [&](const std::vector<size_t>& host, refhost::Host& on) {
+    if (probe) Probe<void (*)(uint32_t, int32_t)>(on, "PixelbridgeProbeSetClock")(100000, 100000);
+    for (size_t k = 1; k < host.size(); ++k) {
+      SCOPED_TRACE(where(host[k]));
+      SetLastWords(where(host[k]));
+      ExpectCall(on, lines[host[k]], probe);
+    }
+  };
   for (const std::vector<size_t>& host : hosts)
     InChild([&] {
       SCOPED_TRACE(where(host[0]));
       const refhost::HostConfig config = ParseHost(lines[host[0]], plugin);
-      ForEachKernelChoice([&] {
-        WithHost(config, [&](refhost::Host& on) {
-          if (auto setClock = reinterpret_cast<void (*)(uint32_t, int32_t)>(on.Symbol("PixelbridgeProbeSetClock")))
-            setClock(100000, 100000);
-          for (size_t k = 1; k < host.size(); ++k) {
-            SCOPED_TRACE(where(host[k]));
-            SetLastWords(where(host[k]));
-            ExpectCall(on, lines[host[k]]);
-          }
-        });
-      });
+      if (probe) ForEachKernelChoice([&] { WithHost(config, [&](refhost::Host& on) { run(host, on); }); });
+      else WithHost(config, [&](refhost::Host& on) { run(host, on); });
     });
 }
 

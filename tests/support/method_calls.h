@@ -43,6 +43,7 @@ struct MethodCall {
   bool shared = false;        // calls run during it write its objects (set before it ends)
   bool keepPixels = true;     // the outcome keeps the returned picture's pixels
   bool keepReturned = false;  // a new picture returned stays with the caller, who releases it
+  bool clockSet = true;       // the plug-in reads the test's clock: how often it yields is known
 };
 // "5 picture=3x6 offset=2 -> true"
 MethodCall ParseCall(const std::string& line);
