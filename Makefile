@@ -32,7 +32,7 @@ PACKAGES_macrun := $(PACKAGES_native) libunicorn-dev qemu-user
 PACKAGES_asan := $(PACKAGES_native)
 PACKAGES_fuzz := cmake clang libclang-rt-14-dev libgd-dev
 PACKAGES_format := clang-format
-PACKAGES_dist := zip unzip
+PACKAGES_dist := zip unzip llvm
 
 # Options of trees beyond their toolchain file.
 OPTIONS_asan := -DPIXELBRIDGE_SANITIZE=ON
