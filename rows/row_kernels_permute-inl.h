@@ -65,7 +65,16 @@ PIXELBRIDGE_KERNEL inline int32_t PermuteWhole(const uint8_t* src, uint8_t* dst,
   return x;
 }
 
-// Sixteen pixels a step as one byte permute of the whole vector, for what is left of a row.
+// Whether a 64-byte vector at `p` reaches into the next page. The bytes a masked load or store
+// leaves out may lie there, and where that page isn't mapped (a buffer that ends at a page's
+// end) the processor takes the slow way to leave them out: hundreds of cycles.
+PIXELBRIDGE_KERNEL inline bool ReachesNextPage(const uint8_t* p) {
+  constexpr uintptr_t kPage = 4096;
+  return (reinterpret_cast<uintptr_t>(p) & (kPage - 1)) > kPage - 64;
+}
+
+// Sixteen pixels a step as one byte permute of the whole vector, for what is left of a row;
+// the last few pixels the plain way where a masked vector would reach into the next page.
 template <bool kKeeping>
 PIXELBRIDGE_KERNEL inline void Permute(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec wide = _mm512_loadu_si512(p.wide), fill = _mm512_loadu_si512(p.wideFill);
@@ -73,6 +82,8 @@ PIXELBRIDGE_KERNEL inline void Permute(const uint8_t* src, uint8_t* dst, int32_t
   const int in = p.map.inputStride, out = p.map.outputStride;
   for (int32_t x = 0; x < pixels; x += 16) {
     const int count = pixels - x < 16 ? pixels - x : 16;
+    if (count < 16 && (ReachesNextPage(src + in * x) || ReachesNextPage(dst + out * x)))
+      return MapPixels(src + in * x, nullptr, dst + out * x, count, p.map);
     const int inBytes = count * in, outBytes = count * out;
     Vec v = Or(_mm512_maskz_permutexvar_epi8(p.wideTaken, wide, LoadBytes(src + in * x, inBytes)), fill);
     if (kKeeping) v = Or(v, And(LoadBytes(dst + out * x, outBytes), keep));
