@@ -169,11 +169,12 @@ void PrintChoices(bool held) {
 
 int main(int argc, char** argv) {
   std::vector<Size> sizes = {{1, 1}, {64, 64}, {1920, 1080}, {4096, 2160}};
-  std::string csvPath, chartPath, filter;  // files are written only when asked for
+  std::string csvPath, chartPath, filter, plugin;  // files are written only when asked for
   int rounds = 9, simd = -1, offset = 1088;
   const auto usage = [] {
     fprintf(stderr,
             "usage: pixelbench [--csv FILE] [--chart FILE.png] [--rounds N] [--filter TEXT] [--size WxH]\n"
+            "                  [--plugin FILE: another build's plug-in, to time against this one's]\n"
             "                  [--offset BYTES: of the pixels in the blocks, 1088 unless given]\n"
             "                  [--simd 0-3: hold every shape's kernels to scalar, SSSE3, AVX2 or AVX-512]\n");
     return 2;
@@ -186,6 +187,7 @@ int main(int argc, char** argv) {
     else if (strcmp(argv[i], "--rounds") == 0) rounds = std::max(1, atoi(value));
     else if (strcmp(argv[i], "--filter") == 0) filter = value;
     else if (strcmp(argv[i], "--simd") == 0) simd = atoi(value);
+    else if (strcmp(argv[i], "--plugin") == 0) plugin = value;
     else if (strcmp(argv[i], "--offset") == 0) offset = std::max(0, atoi(value));
     else if (strcmp(argv[i], "--size") == 0)
       sizes = {{atoi(value), atoi(strchr(value, 'x') ? strchr(value, 'x') + 1 : value)}};
@@ -195,6 +197,7 @@ int main(int argc, char** argv) {
   config.quiet = true;
   // Holding the kernels to a level takes the test probe build, which sits beside this program.
   if (simd >= 0) config.plugin_path = std::string(PIXELBRIDGE_BUILD_DIR) + "/libpixelbridge_probe.so";
+  if (!plugin.empty()) config.plugin_path = plugin;
   refhost::Host host(config);
   std::string error;
   if (!host.Open(&error)) {
