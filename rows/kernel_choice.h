@@ -46,6 +46,19 @@ int64_t StreamingStoresFrom();
 // Sets that size (a test seam: 0 makes every call stream, −1 restores the default).
 void SetStreamingStoresFrom(int64_t bytes);
 
+// What besides its map decides the kernel of a call that moves `bytesMoved` in all: the row
+// and level the table is held to (none: this processor's own), and whether the call is large
+// enough to store around the caches.
+struct ChoiceKey {
+  const FamilyChoices* row;
+  int held;
+  bool large;
+  bool operator==(const ChoiceKey& other) const {
+    return row == other.row && held == other.held && large == other.large;
+  }
+};
+ChoiceKey ActiveChoiceKey(int64_t bytesMoved);
+
 // A kernel looked up: its level, the way it stores, the kernel itself (null where the level
 // has none for the shape that stores so) and what it reads.
 struct KernelPick {

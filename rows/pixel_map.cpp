@@ -1,8 +1,6 @@
 // The plain row and the shape of a map.
 #include "rows/pixel_map.h"
 
-#include <cstring>
-
 namespace {
 // The row for output pixels of kBytes bytes (or more, whose bytes past the fourth stay), with
 // what holds for the whole row settled once: whether bytes go through tables (kLooked) and
@@ -88,11 +86,4 @@ Shape ShapeOf(const PixelMap& map) {
     return lookups ? Shape::kOneToFourTables : Shape::kGrayWords;
   }
   return Shape::kPlain;
-}
-
-bool PixelMap::operator==(const PixelMap& other) const {
-  return inputStride == other.inputStride && outputStride == other.outputStride && inputBytes == other.inputBytes &&
-         maskGreen == other.maskGreen && maskTo == other.maskTo && memcmp(from, other.from, sizeof from) == 0 &&
-         memcmp(fill, other.fill, sizeof fill) == 0 && memcmp(keep, other.keep, sizeof keep) == 0 &&
-         memcmp(table, other.table, sizeof table) == 0;
 }

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
+#include <type_traits>
 
 #include "rows/pixel_format.h"
 #include "rows/row_shapes.h"
@@ -26,11 +28,13 @@ struct PixelMap {
   uint8_t keep[4] = {};  // 0xFF where the destination's byte stays as it was
   int8_t maskGreen = kNone;
   int8_t maskTo = kNone;
+  int8_t unused = 0;             // fills what would be padding: two maps compare as bytes
   const uint8_t* table[4] = {};  // 256 entries each: gray through tints or tables
 
   int outputBytes() const { return outputStride < 4 ? outputStride : 4; }
-  bool operator==(const PixelMap& other) const;
+  bool operator==(const PixelMap& other) const { return memcmp(this, &other, sizeof other) == 0; }
 };
+static_assert(std::has_unique_object_representations_v<PixelMap>, "a map's bytes are its fields");
 
 // Every byte value in order: the table of a byte that goes through none.
 struct ByteTable {

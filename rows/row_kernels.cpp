@@ -16,8 +16,7 @@ extern const RowKernelSet kRowKernelsAVX512;
 extern const RowKernelSet kRowKernelsNEON;
 #endif
 
-namespace {
-void MakeRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns) {
+void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns) {
   patterns->map = map;
   if (level == SimdLevel::kScalar) return;
   const int in = map.inputStride, out = map.outputBytes();
@@ -61,34 +60,6 @@ void MakeRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns
       patterns->pairTaken[vector] |= uint64_t{1} << byte;
     }
   }
-}
-}  // namespace
-
-void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* patterns) {
-  // Making the patterns costs more than converting a small picture, and a program converts
-  // many pictures in few layouts: each thread keeps the last few it made. Callers get a
-  // copy, so a call made during another's yield can't change patterns in use.
-  struct Made {
-    bool valid;
-    SimdLevel level;
-    RowPatterns patterns;
-  };
-  constexpr int kKept = 4;
-  thread_local Made made[kKept];
-  thread_local int next;
-  for (const Made& entry : made) {
-    if (entry.valid && entry.level == level && entry.patterns.map == map) {
-      *patterns = entry.patterns;
-      return;
-    }
-  }
-  Made& entry = made[next];
-  next = (next + 1) % kKept;
-  entry.patterns = RowPatterns{};
-  MakeRowPatterns(map, level, &entry.patterns);
-  entry.level = level;
-  entry.valid = true;
-  *patterns = entry.patterns;
 }
 
 void MakePixelWords(const PixelMap& map, uint32_t* words) {
