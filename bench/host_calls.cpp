@@ -72,11 +72,13 @@ struct Recorder<Tag, R(A...)> {
     }
   }
 
+  // The call made again, through the stand-in as the plug-in's was, so that what the stand-in
+  // adds to a call is in both times and the difference is the plug-in's own.
   static uintptr_t Make(const uintptr_t* words) { return MakeWith(words, std::index_sequence_for<A...>()); }
   template <size_t... I>
   static uintptr_t MakeWith([[maybe_unused]] const uintptr_t* words, std::index_sequence<I...>) {
-    if constexpr (std::is_void_v<R>) return host(FromWord<A>(words[I])...), 0;
-    else return ToWord(host(FromWord<A>(words[I])...));
+    if constexpr (std::is_void_v<R>) return Call(FromWord<A>(words[I])...), 0;
+    else return ToWord(Call(FromWord<A>(words[I])...));
   }
 };
 
