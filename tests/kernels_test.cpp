@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "rows/gray_tables.h"
 #include "rows/row_converter.h"
 #include "to_memory/copy_layouts.h"
 #include "to_picture/source_layouts.h"
@@ -147,6 +148,28 @@ TEST(Kernels, EveryKernelMatchesThePlainRow) {
           EXPECT_TRUE(tested[level][stores][shape]) << "no map tried the " << ShapeName(static_cast<Shape>(shape))
                                                     << " kernel at level " << level << ", stores " << stores;
         }
+}
+
+// Tables from tint factors and from integers, 16 entries a step where the processor can,
+// against their plain loops: factors around every shortcut and limit, and 300 drawn; values
+// beyond 16 and 32 bits either way, counts around whole steps.
+TEST(Kernels, GrayTablesMatchThePlainLoops) {
+  std::mt19937 draw(11);
+  std::vector<int32_t> factors = {INT32_MIN, -65536, -1, 0, 1, 255, 256, 257, 300, 65279, 65280, 65535, 65536};
+  for (int i = 0; i < 300; ++i) factors.push_back(static_cast<int32_t>(draw()) >> (i % 17));
+  std::vector<int32_t> values = {INT32_MIN, -32769, -32768, -1, 0, 1, 255, 256, 32767, 32768, INT32_MAX};
+  while (values.size() < 256) values.push_back(static_cast<int32_t>(draw()) >> (values.size() % 25));
+  uint8_t fast[256], plain[256];
+  for (int32_t factor : factors) {
+    MakeTintTable(factor, fast);
+    MakeTintTablePlain(factor, plain);
+    ASSERT_EQ(memcmp(fast, plain, sizeof fast), 0) << "factor " << factor;
+  }
+  for (int32_t count : {-1, 0, 1, 15, 16, 17, 200, 255, 256}) {
+    MakeClampedTable(values.data(), count, fast);
+    MakeClampedTablePlain(values.data(), count, plain);
+    ASSERT_EQ(memcmp(fast, plain, sizeof fast), 0) << "count " << count;
+  }
 }
 
 #if defined(__i386__) || defined(__x86_64__)
