@@ -41,7 +41,7 @@ thread_local int tNext;
 
 Prepared* Find(const PixelMap& map, const ChoiceKey& choice) {
   for (Prepared& kept : tKept)
-    if (kept.pick.kernel != nullptr && kept.choice == choice && memcmp(kept.map, &map, sizeof map) == 0) return &kept;
+    if (kept.pick.kernel != nullptr && kept.choice == choice && PixelMap::SameBytes(kept.map, &map)) return &kept;
   return nullptr;
 }
 
