@@ -72,6 +72,23 @@ PIXELBRIDGE_KERNEL inline Vec Xor(Vec a, Vec b) { return _mm512_xor_si512(a, b);
 PIXELBRIDGE_KERNEL inline Vec GroupsInOrder(Vec v) {
   return _mm512_permutexvar_epi32(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15), v);
 }
+
+// Masked loads and stores: the last pixels of a row as one vector, nothing outside it touched.
+constexpr __mmask64 Bytes(int count) { return count >= 64 ? ~__mmask64{0} : (__mmask64{1} << count) - 1; }
+PIXELBRIDGE_KERNEL inline Vec LoadPixels(const uint8_t* p, int32_t count) {
+  return _mm512_maskz_loadu_epi32(static_cast<__mmask16>((1u << count) - 1), p);
+}
+PIXELBRIDGE_KERNEL inline void StorePixels(uint8_t* p, Vec v, int32_t count) {
+  _mm512_mask_storeu_epi32(p, static_cast<__mmask16>((1u << count) - 1), v);
+}
+// Whether a 64-byte vector at `p` reaches into the next page. The bytes a masked load or store
+// leaves out may lie there, and where that page isn't mapped (a buffer that ends at a page's
+// end) the processor takes the slow way to leave them out: hundreds of cycles. The last pixels
+// of such a row go the plain way.
+PIXELBRIDGE_KERNEL inline bool ReachesNextPage(const uint8_t* p) {
+  constexpr uintptr_t kPage = 4096;
+  return (reinterpret_cast<uintptr_t>(p) & (kPage - 1)) > kPage - 64;
+}
 #endif
 
 constexpr int32_t kPixelsPerVector = PIXELBRIDGE_VECTOR_BYTES / 4;
@@ -133,6 +150,14 @@ PIXELBRIDGE_KERNEL inline void FourToFourSteps(const uint8_t* src, uint8_t* dst,
     Put<kStream>(dst + 4 * (x + kPixelsPerVector), b);
   }
   for (; x + kPixelsPerVector <= pixels; x += kPixelsPerVector) Put<kStream>(dst + 4 * x, convert(x));
+#if PIXELBRIDGE_VECTOR_BYTES == 64
+  if (x < pixels && !ReachesNextPage(src + 4 * x) && !ReachesNextPage(dst + 4 * x)) {
+    const int32_t count = pixels - x;
+    Vec made = Or(Shuffle(LoadPixels(src + 4 * x, count), shuffle), fill);
+    if (kKeeping) made = Or(made, And(LoadPixels(dst + 4 * x, count), keep));
+    return StorePixels(dst + 4 * x, made, count);
+  }
+#endif
   MapPixels(src + 4 * x, nullptr, dst + 4 * x, pixels - x, p.map);
 }
 
@@ -154,6 +179,13 @@ PIXELBRIDGE_KERNEL inline void FourToFourMaskedSteps(const uint8_t* src, const u
     const Vec alpha = Xor(Shuffle(Load(mask + 4 * x), maskShuffle), maskFlip);
     Put<kStream>(dst + 4 * x, Or(Or(Shuffle(Load(src + 4 * x), shuffle), fill), alpha));
   }
+#if PIXELBRIDGE_VECTOR_BYTES == 64
+  if (x < pixels && !ReachesNextPage(src + 4 * x) && !ReachesNextPage(mask + 4 * x) && !ReachesNextPage(dst + 4 * x)) {
+    const int32_t count = pixels - x;
+    const Vec alpha = Xor(Shuffle(LoadPixels(mask + 4 * x, count), maskShuffle), maskFlip);
+    return StorePixels(dst + 4 * x, Or(Or(Shuffle(LoadPixels(src + 4 * x, count), shuffle), fill), alpha), count);
+  }
+#endif
   MapPixels(src + 4 * x, mask + 4 * x, dst + 4 * x, pixels - x, p.map);
 }
 
@@ -199,6 +231,14 @@ PIXELBRIDGE_KERNEL inline void FourToOneSteps(const uint8_t* src, uint8_t* dst, 
     const __m128i high = _mm_or_si128(_mm_shuffle_epi8(Load16(s + 32), r2), _mm_shuffle_epi8(Load16(s + 48), r3));
     Put16<kStream>(dst + x, _mm_or_si128(low, high));
   }
+#if PIXELBRIDGE_VECTOR_BYTES == 64
+  // Each lane's four channel bytes gathered into its first group, and the lanes' first groups
+  // put in order.
+  if (x < pixels && !ReachesNextPage(src + 4 * x) && !ReachesNextPage(dst + x)) {
+    const int32_t count = pixels - x;
+    return _mm512_mask_storeu_epi8(dst + x, Bytes(count), GroupsInOrder(Shuffle(LoadPixels(src + 4 * x, count), s0)));
+  }
+#endif
   MapPixels(src + 4 * x, nullptr, dst + x, pixels - x, p.map);
 }
 

@@ -5,8 +5,6 @@
 // Loads and stores of the first `count` bytes of a vector: whole steps with plain 16- and
 // 32-byte moves (masked moves are slow on some processors); a partial step masks its bytes
 // so that nothing outside the row is touched.
-constexpr __mmask64 Bytes(int count) { return count >= 64 ? ~__mmask64{0} : (__mmask64{1} << count) - 1; }
-
 PIXELBRIDGE_KERNEL inline Vec LoadBytes(const uint8_t* p, int count) {
   switch (count) {
     case 64:
@@ -65,16 +63,8 @@ PIXELBRIDGE_KERNEL inline int32_t PermuteWhole(const uint8_t* src, uint8_t* dst,
   return x;
 }
 
-// Whether a 64-byte vector at `p` reaches into the next page. The bytes a masked load or store
-// leaves out may lie there, and where that page isn't mapped (a buffer that ends at a page's
-// end) the processor takes the slow way to leave them out: hundreds of cycles.
-PIXELBRIDGE_KERNEL inline bool ReachesNextPage(const uint8_t* p) {
-  constexpr uintptr_t kPage = 4096;
-  return (reinterpret_cast<uintptr_t>(p) & (kPage - 1)) > kPage - 64;
-}
-
 // Sixteen pixels a step as one byte permute of the whole vector, for what is left of a row;
-// the last few pixels the plain way where a masked vector would reach into the next page.
+// the last few the plain way where a masked vector would reach into the next page.
 template <bool kKeeping>
 PIXELBRIDGE_KERNEL inline void Permute(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec wide = _mm512_loadu_si512(p.wide), fill = _mm512_loadu_si512(p.wideFill);
@@ -130,7 +120,8 @@ alignas(64) constexpr SpreadIndexes kSpread = MakeSpreadIndexes();
 // Sixty-four samples a step. Each table sits in four vectors; a sample's low seven bits pick
 // a byte from one pair of them, its top bit the pair. The four bytes of each pixel are then
 // spread into place: output vector v takes bytes 0 and 1 of a pixel from one two-vector
-// permute, bytes 2 and 3 from another. Gives the samples done.
+// permute, bytes 2 and 3 from another. The last samples as one masked step, unless it would
+// reach into the next page. Gives the samples done.
 PIXELBRIDGE_KERNEL inline int32_t TableSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const PixelMap& map) {
   Vec tables[4][4], fills[4], spread[4];
   bool looked[4];
@@ -145,25 +136,35 @@ PIXELBRIDGE_KERNEL inline int32_t TableSteps(const uint8_t* src, uint8_t* dst, i
   for (int v = 0; v < 4; ++v)
     spread[v] = _mm512_add_epi8(_mm512_load_si512(kSpread.bytes), _mm512_set1_epi8(static_cast<char>(16 * v)));
   constexpr __mmask64 kHighBytes = 0xCCCCCCCCCCCCCCCCull;  // bytes 2 and 3 of every pixel
-  int32_t x = 0;
-  for (; x + 64 <= pixels; x += 64) {
-    const Vec samples = _mm512_loadu_si512(src + x);
+  // The pixels of `samples` into the first `bytes` bytes at `out`.
+  const auto step = [&](const Vec samples, uint8_t* out, int bytes) PIXELBRIDGE_KERNEL {
     const __mmask64 top = _mm512_movepi8_mask(samples);
-    Vec bytes[4];
+    Vec looks[4];
 #pragma GCC unroll 4
     for (int k = 0; k < 4; ++k) {
-      bytes[k] = fills[k];
+      looks[k] = fills[k];
       if (!looked[k]) continue;
       const Vec low = _mm512_permutex2var_epi8(tables[k][0], samples, tables[k][1]);
       const Vec high = _mm512_permutex2var_epi8(tables[k][2], samples, tables[k][3]);
-      bytes[k] = Or(_mm512_mask_blend_epi8(top, low, high), fills[k]);
+      looks[k] = Or(_mm512_mask_blend_epi8(top, low, high), fills[k]);
     }
 #pragma GCC unroll 4
     for (int v = 0; v < 4; ++v) {
-      const Vec first = _mm512_permutex2var_epi8(bytes[0], spread[v], bytes[1]);
-      const Vec second = _mm512_permutex2var_epi8(bytes[2], spread[v], bytes[3]);
-      _mm512_storeu_si512(dst + 4 * x + 64 * v, _mm512_mask_blend_epi8(kHighBytes, first, second));
+      const int left = bytes - 64 * v;
+      if (left <= 0) continue;
+      const Vec first = _mm512_permutex2var_epi8(looks[0], spread[v], looks[1]);
+      const Vec second = _mm512_permutex2var_epi8(looks[2], spread[v], looks[3]);
+      const Vec made = _mm512_mask_blend_epi8(kHighBytes, first, second);
+      if (left >= 64) _mm512_storeu_si512(out + 64 * v, made);
+      else _mm512_mask_storeu_epi8(out + 64 * v, Bytes(left), made);
     }
+  };
+  int32_t x = 0;
+  for (; x + 64 <= pixels; x += 64) step(_mm512_loadu_si512(src + x), dst + 4 * x, 256);
+  const int32_t count = pixels - x, lastVector = (4 * count - 1) / 64;
+  if (count > 0 && !ReachesNextPage(src + x) && !ReachesNextPage(dst + 4 * x + 64 * lastVector)) {
+    step(_mm512_maskz_loadu_epi8(Bytes(count), src + x), dst + 4 * x, 4 * count);
+    return pixels;
   }
   return x;
 }
