@@ -18,6 +18,7 @@ REALobjectStruct* AsObject(REALpictureStruct* picture) { return reinterpret_cast
 
 // Locks `picture` as `type`. Hosts before 2012.0 expect an unlock even after a refusal.
 bool LockDescription(REALpictureStruct* picture, REALpictureDescription* description, RBPixelType type) {
+  *description = REALpictureDescription{};
   if (REALLockPictureDescription(picture, description, type)) return true;
   if (rbversion < kFirstHostWithoutUnlockAfterRefusal) REALUnlockPictureDescription(picture);
   return false;

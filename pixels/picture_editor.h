@@ -10,7 +10,7 @@
 class PictureEditor {
  public:
   PictureEditor() = default;
-  virtual ~PictureEditor();
+  ~PictureEditor();
   PictureEditor(const PictureEditor&) = delete;
   PictureEditor& operator=(const PictureEditor&) = delete;
 
@@ -38,7 +38,7 @@ class PictureEditor {
   int32_t BytesPerPixel = 0;
   int32_t PixelFormat = 0;
   uint8_t* CurrentRow = nullptr;
-  REALpictureDescription Description{};
+  REALpictureDescription Description;  // cleared by each lock, before the host fills it in
   uint8_t* BaseAddress = nullptr;
   int32_t Column = 0;
   int32_t RowIndex = 0;
