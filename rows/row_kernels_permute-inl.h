@@ -2,35 +2,6 @@
 // VBMI). Part of the row kernels' source: included by row_kernels-inl.h inside its unit's
 // anonymous namespace, after the vector shims.
 
-// Loads and stores of the first `count` bytes of a vector: whole steps with plain 16- and
-// 32-byte moves (masked moves are slow on some processors); a partial step masks its bytes
-// so that nothing outside the row is touched.
-PIXELBRIDGE_KERNEL inline Vec LoadBytes(const uint8_t* p, int count) {
-  switch (count) {
-    case 64:
-      return _mm512_loadu_si512(p);
-    case 48:
-      return _mm512_inserti32x4(_mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))),
-                                Load16(p + 32), 2);
-    case 16:
-      return _mm512_castsi128_si512(Load16(p));
-    default:
-      return _mm512_maskz_loadu_epi8(Bytes(count), p);
-  }
-}
-
-PIXELBRIDGE_KERNEL inline void StoreBytes(uint8_t* p, Vec v, int count) {
-  switch (count) {
-    case 64:
-      return _mm512_storeu_si512(p, v);
-    case 48:
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_castsi512_si256(v));
-      return Store16(p + 32, _mm512_extracti32x4_epi32(v, 2));
-    default:
-      return _mm512_mask_storeu_epi8(p, Bytes(count), v);
-  }
-}
-
 // Sixty-four pixels a step: every output vector is one permute of the two input vectors
 // it spans. Pixels of kIn bytes in, kOut bytes out.
 template <int kIn, int kOut, bool kKeeping>
@@ -63,8 +34,7 @@ PIXELBRIDGE_KERNEL inline int32_t PermuteWhole(const uint8_t* src, uint8_t* dst,
   return x;
 }
 
-// Sixteen pixels a step as one byte permute of the whole vector, for what is left of a row;
-// the last few the plain way where a masked vector would reach into the next page.
+// Sixteen pixels a step as one byte permute of the whole vector, for what is left of a row.
 template <bool kKeeping>
 PIXELBRIDGE_KERNEL inline void Permute(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   const Vec wide = _mm512_loadu_si512(p.wide), fill = _mm512_loadu_si512(p.wideFill);
@@ -72,8 +42,6 @@ PIXELBRIDGE_KERNEL inline void Permute(const uint8_t* src, uint8_t* dst, int32_t
   const int in = p.map.inputStride, out = p.map.outputStride;
   for (int32_t x = 0; x < pixels; x += 16) {
     const int count = pixels - x < 16 ? pixels - x : 16;
-    if (count < 16 && (ReachesNextPage(src + in * x) || ReachesNextPage(dst + out * x)))
-      return MapPixels(src + in * x, nullptr, dst + out * x, count, p.map);
     const int inBytes = count * in, outBytes = count * out;
     Vec v = Or(_mm512_maskz_permutexvar_epi8(p.wideTaken, wide, LoadBytes(src + in * x, inBytes)), fill);
     if (kKeeping) v = Or(v, And(LoadBytes(dst + out * x, outBytes), keep));
@@ -120,9 +88,8 @@ alignas(64) constexpr SpreadIndexes kSpread = MakeSpreadIndexes();
 // Sixty-four samples a step. Each table sits in four vectors; a sample's low seven bits pick
 // a byte from one pair of them, its top bit the pair. The four bytes of each pixel are then
 // spread into place: output vector v takes bytes 0 and 1 of a pixel from one two-vector
-// permute, bytes 2 and 3 from another. The last samples as one masked step, unless it would
-// reach into the next page. Gives the samples done.
-PIXELBRIDGE_KERNEL inline int32_t TableSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const PixelMap& map) {
+// permute, bytes 2 and 3 from another. The last samples as one masked step.
+PIXELBRIDGE_KERNEL inline void TableSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const PixelMap& map) {
   Vec tables[4][4], fills[4], spread[4];
   bool looked[4];
 #pragma GCC unroll 4
@@ -150,27 +117,20 @@ PIXELBRIDGE_KERNEL inline int32_t TableSteps(const uint8_t* src, uint8_t* dst, i
     }
 #pragma GCC unroll 4
     for (int v = 0; v < 4; ++v) {
-      const int left = bytes - 64 * v;
+      const int left = bytes - 64 * v < 64 ? bytes - 64 * v : 64;
       if (left <= 0) continue;
       const Vec first = _mm512_permutex2var_epi8(looks[0], spread[v], looks[1]);
       const Vec second = _mm512_permutex2var_epi8(looks[2], spread[v], looks[3]);
       const Vec made = _mm512_mask_blend_epi8(kHighBytes, first, second);
-      if (left >= 64) _mm512_storeu_si512(out + 64 * v, made);
-      else _mm512_mask_storeu_epi8(out + 64 * v, Bytes(left), made);
+      StoreBytes(out + 64 * v, made, left);
     }
   };
   int32_t x = 0;
   for (; x + 64 <= pixels; x += 64) step(_mm512_loadu_si512(src + x), dst + 4 * x, 256);
-  const int32_t count = pixels - x, lastVector = (4 * count - 1) / 64;
-  if (count > 0 && !ReachesNextPage(src + x) && !ReachesNextPage(dst + 4 * x + 64 * lastVector)) {
-    step(_mm512_maskz_loadu_epi8(Bytes(count), src + x), dst + 4 * x, 4 * count);
-    return pixels;
-  }
-  return x;
+  if (x < pixels) step(LoadBytes(src + x, pixels - x), dst + 4 * x, 4 * (pixels - x));
 }
 
 PIXELBRIDGE_ROW_ENTRY void OneToFourTables(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
                                            const RowPatterns& p) {
-  const int32_t done = TableSteps(src, dst, pixels, p.map);
-  MapPixels(src + done, nullptr, dst + 4 * done, pixels - done, p.map);
+  TableSteps(src, dst, pixels, p.map);
 }

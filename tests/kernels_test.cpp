@@ -2,7 +2,8 @@
 // ready for it (what its shape's record says it reads), against the plain row, which the
 // methods' tests hold to their own account of the pixels: in every way it stores (ordinary,
 // streaming), for widths 0 to 67 (and a few longer), source misalignments 0 to 15 and
-// destination ones 0 to 63; the kernel table over CPUID answers.
+// destination ones 0 to 63, and rows that end at a page's end; the kernel table over CPUID
+// answers.
 #include <gtest/gtest.h>
 #if defined(__i386__) || defined(__x86_64__)
 #include <cpuid.h>
@@ -45,6 +46,12 @@ struct Buffers {
     plain = fast;
   }
 };
+
+// Where in `buffer` a row of `bytes` bytes starts that ends at a page boundary.
+size_t EndingAtPage(const std::vector<uint8_t>& buffer, size_t bytes) {
+  const auto start = reinterpret_cast<uintptr_t>(&buffer[kGuard]) + bytes;
+  return (start + 4095) / 4096 * 4096 - bytes - reinterpret_cast<uintptr_t>(buffer.data());
+}
 
 const FormatGroup kGroups[] = {FormatGroup::kAlphaLast, FormatGroup::kAlphaFirst, FormatGroup::kRowTable};
 
@@ -115,7 +122,7 @@ TEST(Kernels, EveryKernelMatchesThePlainRow) {
   bool tested[kLevels][kStoreKinds][kShapeCount] = {};
   std::vector<int32_t> widths = {127, 128, 131, 192, 255, 1001};
   for (int32_t width = 0; width < 68; ++width) widths.push_back(width);
-  Buffers buffers(kLongestRow + 64);
+  Buffers buffers(kLongestRow + 64 + 4096);
   for (const NamedMap& named : EveryMap()) {
     const PixelMap& map = named.map;
     const Shape shape = ShapeOf(map);
@@ -131,8 +138,13 @@ TEST(Kernels, EveryKernelMatchesThePlainRow) {
         SCOPED_TRACE(testing::Message() << named.name << ", " << ShapeName(shape) << ", "
                                         << SimdLevelName(static_cast<SimdLevel>(level)) << ", stores " << stores);
         for (int32_t width : widths)
-          for (size_t shift = 0; shift < 16; ++shift) {
-            const size_t from = kGuard + shift, to = kGuard + (shift * 7 + width) % 64;
+          for (size_t shift = 0; shift <= 16; ++shift) {
+            size_t from = kGuard + shift, to = kGuard + (shift * 7 + width) % 64;
+            // Then rows that end where a page ends, as a picture's last row may.
+            if (shift == 16) {
+              from = EndingAtPage(buffers.source, width * size_t(map.inputStride));
+              to = EndingAtPage(buffers.fast, width * size_t(map.outputStride));
+            }
             buffers.Prefill(to, static_cast<size_t>(width) * map.outputStride);
             convert(&buffers.source[from], &buffers.mask[from + 3], &buffers.fast[to], width);
             MapPixels(&buffers.source[from], &buffers.mask[from + 3], &buffers.plain[to], width, map);
