@@ -161,8 +161,6 @@ void PictureEditor::Hold(REALpictureStruct* picture) {
   RowIndex = 0;
 }
 
-PictureEditor::~PictureEditor() { ReleasePictureEditor(); }
-
 void PictureEditor::NextRow() {
   ++RowIndex;
   Column = 0;
@@ -172,7 +170,7 @@ void PictureEditor::NextRow() {
   else CurrentRow = BaseAddress;
 }
 
-void PictureEditor::ReleasePictureEditor() {
+void PictureEditor::GiveBack() {
   if (DescriptionLocked) {
     if (Picture != nullptr) REALUnlockPictureDescription(Picture);
     DescriptionLocked = false;

@@ -73,7 +73,8 @@ ChoiceKey ActiveChoiceKey(int64_t bytesMoved) {
 int64_t BytesMoved(const PixelMap& map, int64_t pixels) {
   const int64_t perPixel =
       int64_t{map.inputStride} + map.outputStride + (map.maskTo != PixelMap::kNone ? kMaskBytesPerPixel : 0);
-  return pixels > INT64_MAX / perPixel ? INT64_MAX : pixels * perPixel;
+  int64_t bytes = 0;  // without a division: this is asked on every call
+  return __builtin_mul_overflow(pixels, perPixel, &bytes) ? INT64_MAX : bytes;
 }
 
 int64_t StreamingStoresFrom() {
