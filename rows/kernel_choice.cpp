@@ -70,13 +70,6 @@ ChoiceKey ActiveChoiceKey(int64_t bytesMoved) {
   return {gRowHeld, HeldSimdLevel(), bytesMoved >= StreamingStoresFrom()};
 }
 
-int64_t BytesMoved(const PixelMap& map, int64_t pixels) {
-  const int64_t perPixel =
-      int64_t{map.inputStride} + map.outputStride + (map.maskTo != PixelMap::kNone ? kMaskBytesPerPixel : 0);
-  int64_t bytes = 0;  // without a division: this is asked on every call
-  return __builtin_mul_overflow(pixels, perPixel, &bytes) ? INT64_MAX : bytes;
-}
-
 int64_t StreamingStoresFrom() {
   if (gStreamingStoresFrom >= 0) return gStreamingStoresFrom;
   const int64_t cache = LastLevelCacheBytes();

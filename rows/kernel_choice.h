@@ -36,8 +36,14 @@ const FamilyChoices* KernelTableRow(int index);
 // A test seam: calls choose as a processor of `row` would (null: this processor's own row).
 void HoldKernelTableRow(const FamilyChoices* row);
 
-// The bytes a call of `pixels` pixels reads and writes (saturating at INT64_MAX).
-int64_t BytesMoved(const PixelMap& map, int64_t pixels);
+// The bytes a call of `pixels` pixels reads and writes (saturating at INT64_MAX), without a
+// division: every call asks.
+inline int64_t BytesMoved(const PixelMap& map, int64_t pixels) {
+  const int64_t perPixel =
+      int64_t{map.inputStride} + map.outputStride + (map.maskTo != PixelMap::kNone ? kMaskBytesPerPixel : 0);
+  int64_t bytes = 0;
+  return __builtin_mul_overflow(pixels, perPixel, &bytes) ? INT64_MAX : bytes;
+}
 // Calls that read and write at least this many bytes in all may store around the caches:
 // they pass more through the last-level cache than it holds, so little of what they wrote
 // would still be there to read next, and streaming spares reading every destination line

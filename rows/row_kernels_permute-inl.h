@@ -51,7 +51,8 @@ PIXELBRIDGE_KERNEL inline void Permute(const uint8_t* src, uint8_t* dst, int32_t
 
 template <int kIn, int kOut, bool kKeeping>
 PIXELBRIDGE_KERNEL inline void PermuteRow(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  const int32_t done = PermuteWhole<kIn, kOut, kKeeping>(src, dst, pixels, p);
+  // A row shorter than a whole step doesn't load the step's patterns.
+  const int32_t done = pixels >= 64 ? PermuteWhole<kIn, kOut, kKeeping>(src, dst, pixels, p) : 0;
   Permute<kKeeping>(src + kIn * done, dst + kOut * done, pixels - done, p);
 }
 
