@@ -193,6 +193,7 @@ int main(int argc, char** argv) {
       sizes = {{atoi(value), atoi(strchr(value, 'x') ? strchr(value, 'x') + 1 : value)}};
     else return usage();
   }
+  if (simd >= 0 && !plugin.empty()) return usage();  // holding the level takes this build's probe
   refhost::HostConfig config;
   config.quiet = true;
   // Holding the kernels to a level takes the test probe build, which sits beside this program.
