@@ -26,7 +26,10 @@ Times Summarise(std::vector<double> values) {
   return {values.front(), values[values.size() / 2]};
 }
 
-// Nanoseconds per call of `f`, over enough calls to last about two milliseconds.
+// How long a round lasts, in nanoseconds: 2 ms unless --round-ms says otherwise.
+double gRoundNs = 2e6;
+
+// Nanoseconds per call of `f`, over `calls` calls.
 template <typename F>
 double PerCall(F&& f, int calls) {
   const auto start = std::chrono::steady_clock::now();
@@ -37,7 +40,7 @@ double PerCall(F&& f, int calls) {
 template <typename F>
 int CallsFor(F&& f) {
   const double once = std::max(PerCall(f, 1), PerCall(f, 1));
-  return static_cast<int>(std::clamp(2e6 / std::max(once, 1.0), 1.0, 200000.0));
+  return static_cast<int>(std::clamp(gRoundNs / std::max(once, 1.0), 1.0, 200000.0));
 }
 
 // The method, memcpy and the nearest conversion (when there is one) timed in turn, round
@@ -175,6 +178,7 @@ int main(int argc, char** argv) {
     fprintf(stderr,
             "usage: pixelbench [--csv FILE] [--chart FILE.png] [--rounds N] [--filter TEXT] [--size WxH]\n"
             "                  [--plugin FILE: another build's plug-in, to time against this one's]\n"
+            "                  [--round-ms MS: how long each round lasts, 2 unless given]\n"
             "                  [--offset BYTES: of the pixels in the blocks, 1088 unless given]\n"
             "                  [--simd 0-3: hold every shape's kernels to scalar, SSSE3, AVX2 or AVX-512]\n");
     return 2;
@@ -188,6 +192,7 @@ int main(int argc, char** argv) {
     else if (strcmp(argv[i], "--filter") == 0) filter = value;
     else if (strcmp(argv[i], "--simd") == 0) simd = atoi(value);
     else if (strcmp(argv[i], "--plugin") == 0) plugin = value;
+    else if (strcmp(argv[i], "--round-ms") == 0) gRoundNs = std::max(0.01, atof(value)) * 1e6;
     else if (strcmp(argv[i], "--offset") == 0) offset = std::max(0, atoi(value));
     else if (strcmp(argv[i], "--size") == 0)
       sizes = {{atoi(value), atoi(strchr(value, 'x') ? strchr(value, 'x') + 1 : value)}};
@@ -212,10 +217,11 @@ int main(int argc, char** argv) {
   if (simd >= 0) HoldSimdLevel(simd);
   PrintChoices(simd >= 0);
   printf(
-      "nanoseconds per call, best and median of %d rounds; method, memcpy, libyuv and the method's host calls\n"
+      "nanoseconds per call, best and median of %d rounds of %g ms; method, memcpy, libyuv and the method's host "
+      "calls\n"
       "(their number, made alone) alternate on the same buffers; own: the method's time less the host's;\n"
       "/l+h: the method's best time over libyuv's and the host calls' together\n",
-      rounds);
+      rounds, gRoundNs / 1e6);
   std::vector<Row> rows;
   for (const Size& size : sizes) {
     bench::Scene scene = bench::MakeScene(host, size.width, size.height, offset);
