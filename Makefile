@@ -4,11 +4,11 @@ FUZZ_SECONDS ?= 600
 
 # The trees `make test` builds and tests, in this order. A tree is build/NAME/, configured
 # from cmake/toolchains/NAME.cmake where there is one (native and macrun have none). win64's
-# programs run under Wine; win32's and winarm64's (Windows on ARM64) are built and checked,
-# not run; macOS's plug-in and test probe are built and checked, its programs compiled;
-# macrun, the Mac run tree, runs the reference host's tests, pixelhost and the corpus replay on
-# this machine against each slice of macOS's bundles (x86_64 on this processor, arm64
-# emulated by Unicorn).
+# programs run under Wine, and win32's in Wine's WoW64 mode (32-bit code in a 64-bit Wine
+# process); winarm64's (Windows on ARM64) are built and checked, not run; macOS's plug-in and
+# test probe are built and checked, its programs compiled; macrun, the Mac run tree, runs the
+# reference host's tests, pixelhost and the corpus replay on this machine against each slice
+# of macOS's bundles (x86_64 on this processor, arm64 emulated by Unicorn).
 TREES := native i386 aarch64 armhf clang win64 win32 winarm64 macos macrun
 
 # What each tree needs from Debian, and no more (asan: the native tree with the sanitizers;
@@ -20,7 +20,10 @@ PACKAGES_aarch64 := cmake g++-aarch64-linux-gnu qemu-user googletest libclang-rt
 PACKAGES_armhf := cmake g++-arm-linux-gnueabihf qemu-user googletest libclang-rt-14-dev
 PACKAGES_clang := cmake clang libgd-dev libgtest-dev libyuv-dev libclang-rt-14-dev
 PACKAGES_win64 := cmake g++-mingw-w64-x86-64-posix wine64 libclang-rt-14-dev
-PACKAGES_win32 := cmake g++-mingw-w64-i686-posix libclang-rt-14-dev
+# win32: wine64 runs its programs with the i386 Windows builtins that the tree fetches (not
+# installs) from the package libwine:i386; libc6-i386's loader tells whether the machine runs
+# 32-bit code.
+PACKAGES_win32 := cmake g++-mingw-w64-i686-posix wine64 libc6-i386 libclang-rt-14-dev
 # winarm64: npm fetches the pinned zig package (compiler, linker, runtimes); llvm's archiver,
 # windres (which preprocesses with clang), strip and objdump.
 PACKAGES_winarm64 := cmake clang llvm npm googletest libclang-rt-14-dev
@@ -41,8 +44,10 @@ OPTIONS_fuzz := -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/clang.cmake -DPIXELBRIDG
 
 # Wine now and then ends a test program with a failing status after all its cases passed, so
 # under Wine a test that fails is run once more (its first output stays in the log) and fails
-# the tree only when it fails again. The Linux trees run the same cases once.
+# the tree only when it fails again, in both Windows trees. The Linux trees run the same cases
+# once.
 CTEST_win64 := --repeat until-pass:2
+CTEST_win32 := $(CTEST_win64)
 
 .PHONY: all test demo bench dist deps sanitize fuzz fuzz-ci format format-check clean $(TREES) $(addprefix test-,$(TREES))
 
