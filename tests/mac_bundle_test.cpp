@@ -8,8 +8,8 @@
 #include <map>
 #include <regex>
 
-#include "refhost/macho_file.h"
-#include "refhost/system.h"
+#include "refhost/system/macho/macho_file.h"
+#include "refhost/system/system.h"
 #include "tests/support/host_fixture.h"
 
 using refhost::macho::Cpu;

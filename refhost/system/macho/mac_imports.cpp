@@ -1,6 +1,6 @@
 // The imports, a row each: libSystem's C functions as they are, the rest written here for
 // one process and one thread (what the Mac's C++ runtime, clocks and system answer).
-#include "refhost/mac_imports.h"
+#include "refhost/system/macho/mac_imports.h"
 
 #include <sys/random.h>
 
@@ -11,7 +11,7 @@
 #include <optional>
 
 #include "platform/core_graphics.h"
-#include "refhost/guest_bridges.h"
+#include "refhost/system/arm64/guest_bridges.h"
 
 // rdi: the descriptor; its key word holds the block, its third word the variable's offset.
 asm(R"(

@@ -5,9 +5,9 @@
 #include <unordered_map>
 
 #include "host/host_function_list.h"
-#include "refhost/failing_functions.h"
-#include "refhost/host.h"
-#include "refhost/host_function_table.h"
+#include "refhost/model/failing_functions.h"
+#include "refhost/model/host.h"
+#include "refhost/model/host_function_table.h"
 
 namespace refhost {
 namespace abi {

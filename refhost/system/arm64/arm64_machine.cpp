@@ -1,6 +1,6 @@
 // The emulated arm64 processor: shared mappings, stubs by a code hook, pages lent on first
 // touch, calls in (nested ones too) and faults reported with where the guest was.
-#include "refhost/arm64_machine.h"
+#include "refhost/system/arm64/arm64_machine.h"
 
 #include <sys/mman.h>
 #include <unicorn/unicorn.h>
@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "refhost/process_maps.h"
+#include "refhost/system/process_maps.h"
 
 namespace refhost::macho {
 namespace {

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "refhost/arm64_machine.h"
+#include "refhost/system/arm64/arm64_machine.h"
 
 namespace refhost::macho {
 

@@ -1,5 +1,5 @@
 // Reading the plug-in's method names.
-#include "refhost/method_names.h"
+#include "refhost/model/method_names.h"
 
 namespace refhost {
 

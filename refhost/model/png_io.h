@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "refhost/pictures.h"
+#include "refhost/model/pictures.h"
 
 namespace refhost {
 

@@ -13,9 +13,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "refhost/declaration.h"
-#include "refhost/objects.h"
-#include "refhost/pictures.h"
+#include "refhost/model/declaration.h"
+#include "refhost/model/objects.h"
+#include "refhost/model/pictures.h"
 
 namespace refhost {
 
@@ -31,7 +31,7 @@ struct HostConfig {
   // Lookup names the resolver answers with null.
   std::set<std::string> missing;
   // Lookup names the host has but that always fail: they do nothing and answer null,
-  // false, 0 or, for "RuntimeUBound", an empty array's -1 (refhost/failing_functions.h).
+  // false, 0 or, for "RuntimeUBound", an empty array's -1 (refhost/model/failing_functions.h).
   std::set<std::string> failing;
   // Class names that "PluginNewInstance" refuses to instantiate.
   std::set<std::string> uninstantiable;

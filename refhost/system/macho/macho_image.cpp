@@ -1,6 +1,6 @@
 // Mapping a slice: one anonymous region for the whole image, the segments' file bytes copied
 // in, then the rebases and binds dyld would apply.
-#include "refhost/macho_image.h"
+#include "refhost/system/macho/macho_image.h"
 
 #include <sys/mman.h>
 

@@ -7,7 +7,7 @@
 #include <tuple>
 #include <type_traits>
 
-#include "refhost/arm64_machine.h"
+#include "refhost/system/arm64/arm64_machine.h"
 
 namespace refhost::macho {
 

@@ -6,7 +6,7 @@
 #include <type_traits>
 
 #include "host/host_function_list.h"
-#include "refhost/host.h"
+#include "refhost/model/host.h"
 
 namespace refhost {
 namespace failing {

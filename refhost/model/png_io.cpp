@@ -1,12 +1,12 @@
 // PNG reading and writing through the gd library.
-#include "refhost/png_io.h"
+#include "refhost/model/png_io.h"
 
 #include <gd.h>
 
 #include <cstdio>
 #include <memory>
 
-#include "refhost/host.h"
+#include "refhost/model/host.h"
 
 namespace refhost {
 namespace {

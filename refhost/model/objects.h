@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "refhost/guarded_buffer.h"
+#include "refhost/system/guarded_buffer.h"
 
 namespace refhost {
 

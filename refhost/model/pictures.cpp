@@ -1,12 +1,12 @@
 // Picture storage and pixel locks of the reference host.
-#include "refhost/pictures.h"
+#include "refhost/model/pictures.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 
-#include "refhost/host.h"
+#include "refhost/model/host.h"
 
 #if PIXELBRIDGE_WITH_LIBGD
 #include <gd.h>

@@ -1,6 +1,6 @@
 // Reading a Mach-O slice: the universal header, the load commands, dyld's rebase and bind
 // opcodes, the exports trie and the symbol table, every read checked against the slice's end.
-#include "refhost/macho_file.h"
+#include "refhost/system/macho/macho_file.h"
 
 #include <algorithm>
 #include <cstring>

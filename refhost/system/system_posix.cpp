@@ -1,5 +1,5 @@
 // The host's system layer on Linux and macOS: mmap and mprotect, fork, the program's folder
-// (loading is system_dlopen.cpp's, or in the Mac run tree system_mac_bundle.cpp's).
+// (loading is system_dlopen.cpp's, or in the Mac run tree macho/system_mac_bundle.cpp's).
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,7 +10,7 @@
 #include <climits>
 #include <cstdio>
 
-#include "refhost/system.h"
+#include "refhost/system/system.h"
 
 namespace refhost::os {
 

@@ -9,7 +9,7 @@
 #include <functional>
 #include <string>
 
-#include "refhost/macho_file.h"
+#include "refhost/system/macho/macho_file.h"
 
 namespace refhost::macho {
 

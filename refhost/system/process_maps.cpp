@@ -1,5 +1,5 @@
 // Reading /proc/self/maps a line at a time from a fixed buffer.
-#include "refhost/process_maps.h"
+#include "refhost/system/process_maps.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -7,8 +7,8 @@
 
 #include "host/host_types.h"
 #include "platform/core_graphics.h"
-#include "refhost/guarded_buffer.h"
-#include "refhost/objects.h"
+#include "refhost/system/guarded_buffer.h"
+#include "refhost/model/objects.h"
 
 namespace refhost {
 

@@ -1,14 +1,14 @@
 // Loading the plug-in, capturing its registrations, calling its methods and auditing
 // references and locks around every call.
-#include "refhost/host.h"
+#include "refhost/model/host.h"
 
 #include <cstdlib>
 #include <deque>
 #include <sstream>
 #include <string_view>
 
-#include "refhost/host_function_table.h"
-#include "refhost/system.h"
+#include "refhost/model/host_function_table.h"
+#include "refhost/system/system.h"
 
 #ifndef PIXELBRIDGE_DEFAULT_PLUGIN
 #define PIXELBRIDGE_DEFAULT_PLUGIN "libpixelbridge.so"

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "refhost/macho_image.h"
+#include "refhost/system/macho/macho_image.h"
 
 struct uc_struct;
 

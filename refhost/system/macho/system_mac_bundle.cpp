@@ -2,7 +2,7 @@
 // Linux process, as dyld would load it on a Mac. The slice is PIXELHOST_MAC_SLICE's (arm64
 // or x86_64, x86_64 when unset). The x86_64 slice runs on this processor: Apple's x86-64
 // convention is System V's, so its code and the host call each other directly. The arm64
-// slice runs on an emulated processor (arm64_machine.h), its calls crossing through stubs
+// slice runs on an emulated processor (arm64/arm64_machine.h), its calls crossing through stubs
 // and thunks. Pages and child processes are system_posix.cpp's.
 #include <csignal>
 #include <cstdio>
@@ -14,10 +14,10 @@
 #include <memory>
 #include <ucontext.h>
 
-#include "refhost/arm64_host_calls.h"
-#include "refhost/mac_imports.h"
-#include "refhost/process_maps.h"
-#include "refhost/system.h"
+#include "refhost/system/arm64/arm64_host_calls.h"
+#include "refhost/system/macho/mac_imports.h"
+#include "refhost/system/process_maps.h"
+#include "refhost/system/system.h"
 
 namespace refhost::os {
 namespace {

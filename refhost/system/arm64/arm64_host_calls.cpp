@@ -1,7 +1,7 @@
 // Thunks into the guest, a fixed table of them; host functions as stubs, each bridged by its
 // C type from host/host_function_list.h; registration records handed to the host as copies
 // whose functions are thunks.
-#include "refhost/arm64_host_calls.h"
+#include "refhost/system/arm64/arm64_host_calls.h"
 
 #include <array>
 #include <cstdio>
@@ -13,8 +13,8 @@
 #include <utility>
 
 #include "host/host_function_list.h"
-#include "refhost/declaration.h"
-#include "refhost/guest_bridges.h"
+#include "refhost/model/declaration.h"
+#include "refhost/system/arm64/guest_bridges.h"
 
 namespace refhost::macho {
 namespace {

@@ -1,7 +1,7 @@
 // Instances, memory blocks behind guard pages, and integer arrays.
-#include "refhost/objects.h"
+#include "refhost/model/objects.h"
 
-#include "refhost/host.h"
+#include "refhost/model/host.h"
 
 namespace refhost {
 

@@ -1,7 +1,7 @@
 // Loading the plug-in on Linux and macOS: dlopen and dlsym, as hosts load plug-ins there.
 #include <dlfcn.h>
 
-#include "refhost/system.h"
+#include "refhost/system/system.h"
 
 namespace refhost::os {
 

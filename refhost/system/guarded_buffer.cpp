@@ -1,12 +1,12 @@
 // Guard-paged buffers, with freed regions kept for reuse as an allocator keeps freed memory.
-#include "refhost/guarded_buffer.h"
+#include "refhost/system/guarded_buffer.h"
 
 #include <cstring>
 #include <map>
 #include <new>
 #include <vector>
 
-#include "refhost/system.h"
+#include "refhost/system/system.h"
 
 namespace refhost {
 namespace {

@@ -1,5 +1,5 @@
 // Parsing declarations, and calling a method by the C signature its declaration gives.
-#include "refhost/declaration.h"
+#include "refhost/model/declaration.h"
 
 #include <algorithm>
 #include <cctype>

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "refhost/system.h"
+#include "refhost/system/system.h"
 
 namespace refhost::os {
 

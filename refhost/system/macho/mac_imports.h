@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "refhost/arm64_machine.h"
-#include "refhost/macho_file.h"
+#include "refhost/system/arm64/arm64_machine.h"
+#include "refhost/system/macho/macho_file.h"
 
 namespace refhost::macho {
 
