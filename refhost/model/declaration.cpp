@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <type_traits>
 #include <utility>
 
 #include "host/host_types.h"
@@ -112,22 +113,29 @@ const Shape kShapes[] = {
     {"piiiiAAA", 'P', Call<Picture, 'p', 'i', 'i', 'i', 'i', 'A', 'A', 'A'>},
 };
 
-char Letter(ParamType type) {
+// Runs `f` on the letter of a parameter type (as a std::integral_constant, so that `f` may
+// take its CType): the one place a parameter type meets its letter.
+template <typename F>
+auto WithLetter(ParamType type, F f) {
   switch (type) {
     case ParamType::Picture:
-      return 'P';
+      return f(std::integral_constant<char, 'P'>());
     case ParamType::MemoryBlock:
-      return 'M';
+      return f(std::integral_constant<char, 'M'>());
     case ParamType::IntegerArray:
-      return 'A';
+      return f(std::integral_constant<char, 'A'>());
     case ParamType::Ptr:
-      return 'p';
+      return f(std::integral_constant<char, 'p'>());
     case ParamType::Integer:
-      return 'i';
+      return f(std::integral_constant<char, 'i'>());
     case ParamType::Boolean:
-      return 'b';
+      return f(std::integral_constant<char, 'b'>());
   }
-  return '?';
+  abort();  // no other value
+}
+
+char Letter(ParamType type) {
+  return WithLetter(type, [](auto letter) { return decltype(letter)::value; });
 }
 
 }  // namespace
@@ -184,6 +192,14 @@ std::optional<Arg> DefaultArg(const Parameter& param) {
   const std::string& text = *param.default_value;
   if (param.type == ParamType::Boolean) return Arg::Bool(text == "true" || text == "True");
   return Arg(static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10)));
+}
+
+std::vector<uint8_t> ArgumentBytes(const std::vector<ParamType>& params) {
+  std::vector<uint8_t> bytes;
+  for (ParamType type : params)
+    bytes.push_back(
+        WithLetter(type, [](auto letter) -> uint8_t { return sizeof(typename CType<decltype(letter)::value>::type); }));
+  return bytes;
 }
 
 bool InvokeBySignature(void* function, const std::vector<ParamType>& params, std::optional<ParamType> result,

@@ -55,6 +55,10 @@ struct Arg {
 // The argument a parameter takes when the caller leaves it out; none without a default.
 std::optional<Arg> DefaultArg(const Parameter& param);
 
+// The bytes each argument of a call with these parameter types (receiver first) takes, as the
+// C type it is passed as has it.
+std::vector<uint8_t> ArgumentBytes(const std::vector<ParamType>& params);
+
 // Calls `function` with `words` (one per parameter, receiver first) by the C signature that
 // the parameter types give. False, with an error, for a signature the host can't make.
 bool InvokeBySignature(void* function, const std::vector<ParamType>& params, std::optional<ParamType> result,

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "plugin/registration.h"
 #include "refhost/model/host_function_table.h"
 #include "refhost/system/system.h"
 
@@ -173,12 +174,13 @@ Picture* Host::MakeHostPicture(int32_t width, int32_t height) {
   return NewPicture(HostPictureSpec(width, height));
 }
 
-// A method record's function (word 0), declaration (word 2) and flags (word 3).
-RegisteredMethod Host::ReadMethod(const uintptr_t* words) {
+// A method record's function, as this process calls it, its declaration and its flags.
+// `receiver`: a method of class "Picture", which takes its picture first.
+RegisteredMethod Host::ReadMethod(const REALmethodDefinition& record, bool receiver) {
   static std::deque<std::pair<std::string, std::optional<Declaration>>> kept;
   static std::unordered_map<std::string_view, const std::pair<std::string, std::optional<Declaration>>*> known;
   static const Declaration kUnparsed;
-  const char* text = reinterpret_cast<const char*>(words[2]);
+  const char* text = record.declaration;
   auto found = known.find(text);
   std::string error;
   if (found == known.end()) {
@@ -187,25 +189,27 @@ RegisteredMethod Host::ReadMethod(const uintptr_t* words) {
   }
   const auto& [declaration, parsed] = *found->second;
   if (!parsed) Problem("the declaration \"" + declaration + "\" doesn't parse" + (error.empty() ? "" : ": " + error));
-  return {reinterpret_cast<void*>(words[0]), declaration, words[3], parsed ? *parsed : kUnparsed};
+  std::vector<ParamType> types;
+  if (receiver) types.push_back(ParamType::Picture);
+  if (parsed)
+    for (const Parameter& param : parsed->params) types.push_back(param.type);
+  void* function = os::PluginFunction(library_, record.function, ArgumentBytes(types));
+  return {function, declaration, record.flags, parsed ? *parsed : kUnparsed};
 }
 
-void Host::CaptureMethod(const void* record) {
-  global_methods_.push_back(ReadMethod(static_cast<const uintptr_t*>(record)));
-}
+void Host::CaptureMethod(const REALmethodDefinition* record) { global_methods_.push_back(ReadMethod(*record, false)); }
 
-void Host::CaptureClass(const void* record) {
+void Host::CaptureClass(const REALclassDefinition* record) {
   ++class_registrations_;
   class_record_ = record;
-  const auto* words = static_cast<const uintptr_t*>(record);
-  class_words_.assign(words, words + 25);
-  // Version-9 records carry four words per method, later ones six.
-  const size_t stride = words[0] == 9 ? 4 : 6;
-  const auto* methods = reinterpret_cast<const uintptr_t*>(words[9]);
-  const auto count = static_cast<intptr_t>(words[10]);
+  const auto* words = reinterpret_cast<const RecordWord*>(record);
+  class_words_.assign(words, words + kWordsPerClass);
+  const size_t stride = WordsPerMethod(record->version);
+  const auto* methods = reinterpret_cast<const RecordWord*>(record->methods);
   picture_methods_.clear();
-  for (intptr_t i = 0; methods != nullptr && i < count; ++i)
-    picture_methods_.push_back(ReadMethod(methods + i * stride));
+  for (intptr_t i = 0; methods != nullptr && i < record->methodCount; ++i)
+    picture_methods_.push_back(
+        ReadMethod(*reinterpret_cast<const REALmethodDefinition*>(methods + static_cast<size_t>(i) * stride), true));
 }
 
 void Host::Raise(Object* exception) {

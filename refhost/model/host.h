@@ -13,6 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "host/host_types.h"
 #include "refhost/model/declaration.h"
 #include "refhost/model/objects.h"
 #include "refhost/model/pictures.h"
@@ -79,7 +80,7 @@ struct CallResult {
 // A registered method as the host captured it.
 // Declarations are kept and parsed once per process: hosts that follow one another share them.
 struct RegisteredMethod {
-  void* function;
+  void* function;  // as this process calls it (os::PluginFunction)
   const std::string& declaration;
   uintptr_t flags;
   const Declaration& parsed;  // empty when the declaration doesn't parse
@@ -158,8 +159,9 @@ class Host {
   // classes and the classes of its objects.
   static bool HasClass(HostKind kind, const std::string& name);
   void SetControlVersion(int32_t version) { control_version_ = version; }
-  void CaptureMethod(const void* record);
-  void CaptureClass(const void* record);
+  // The records the plug-in registers, read through plugin/registration.h's layout.
+  void CaptureMethod(const REALmethodDefinition* record);
+  void CaptureClass(const REALclassDefinition* record);
   void Raise(Object* exception);
 
  private:
@@ -167,7 +169,7 @@ class Host {
   Audit Snapshot() const;
   void Finish(const Audit& before, CallResult& result);
   Object* Adopt(std::unique_ptr<Object> object);
-  RegisteredMethod ReadMethod(const uintptr_t* words);
+  RegisteredMethod ReadMethod(const REALmethodDefinition& record, bool receiver);
 
   HostConfig config_;
   void* library_ = nullptr;

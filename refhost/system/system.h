@@ -6,12 +6,18 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace refhost::os {
 
 // The plug-in loaded by its full path, or null with the reason in `error`.
 void* LoadPlugin(const std::string& path, std::string* error);
 void* PluginSymbol(void* library, const char* name);
+// A function of the loaded plug-in (a registered method) as this process calls it: the
+// plug-in's own address where its code runs here, or a thunk into the processor that runs
+// it. `argumentBytes`: each argument's size, as the function's C type has it (a convention
+// may pack arguments by their size).
+void* PluginFunction(void* library, void* function, const std::vector<uint8_t>& argumentBytes);
 // The folder of the running program, ending in its separator ("" when the system won't say).
 std::string ProgramFolder();
 

@@ -13,4 +13,6 @@ void* LoadPlugin(const std::string& path, std::string* error) {
 
 void* PluginSymbol(void* library, const char* name) { return dlsym(library, name); }
 
+void* PluginFunction(void*, void* function, const std::vector<uint8_t>&) { return function; }
+
 }  // namespace refhost::os

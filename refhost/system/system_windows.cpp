@@ -21,6 +21,8 @@ void* PluginSymbol(void* library, const char* name) {
   return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
 }
 
+void* PluginFunction(void*, void* function, const std::vector<uint8_t>&) { return function; }
+
 std::string ProgramFolder() {
   wchar_t wide[MAX_PATH];
   const DWORD length = GetModuleFileNameW(nullptr, wide, MAX_PATH);

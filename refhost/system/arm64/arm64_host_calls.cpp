@@ -1,19 +1,16 @@
 // Thunks into the guest, a fixed table of them; host functions as stubs, each bridged by its
-// C type from host/host_function_list.h; registration records handed to the host as copies
-// whose functions are thunks.
+// C type from host/host_function_list.h.
 #include "refhost/system/arm64/arm64_host_calls.h"
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <deque>
 #include <map>
 #include <set>
 #include <string>
 #include <utility>
 
 #include "host/host_function_list.h"
-#include "refhost/model/declaration.h"
 #include "refhost/system/arm64/guest_bridges.h"
 
 namespace refhost::macho {
@@ -50,54 +47,6 @@ std::array<void*, kThunks> MakeThunks(std::index_sequence<I...>) {
 }
 const std::array<void*, kThunks> kThunkTable = MakeThunks(std::make_index_sequence<kThunks>());
 
-// The bytes of each argument of a registered method, from its declaration (the receiver first).
-std::vector<uint8_t> ArgumentSizes(const char* declaration, bool receiver) {
-  std::vector<uint8_t> sizes;
-  if (receiver) sizes.push_back(8);
-  std::string error;
-  if (const auto parsed = ParseDeclaration(declaration != nullptr ? declaration : "", &error))
-    for (const Parameter& parameter : parsed->params)
-      sizes.push_back(parameter.type == ParamType::Integer ? 4 : parameter.type == ParamType::Boolean ? 1 : 8);
-  return sizes;
-}
-
-// Records the host keeps: copies whose function words (word 0) are thunks into the guest.
-std::deque<std::vector<uintptr_t>> gCopies;
-
-uintptr_t* CopyMethods(Arm64Machine& machine, const uintptr_t* methods, intptr_t count, size_t stride, bool receiver) {
-  if (methods == nullptr || count <= 0) return const_cast<uintptr_t*>(methods);
-  uintptr_t* copy = gCopies.emplace_back(methods, methods + static_cast<size_t>(count) * stride).data();
-  for (intptr_t i = 0; i < count; ++i) {
-    uintptr_t* record = copy + static_cast<size_t>(i) * stride;
-    const auto sizes = ArgumentSizes(reinterpret_cast<const char*>(record[2]), receiver);
-    record[0] = reinterpret_cast<uintptr_t>(NativeThunk(machine, record[0], sizes));
-  }
-  return copy;
-}
-
-constexpr size_t kMethodWords = 6, kVersion9MethodWords = 4, kClassWords = 25;
-
-// A global method: the four words every record version has, which are all the host reads.
-void RegisterMethod(Arm64Machine& machine, void* native) {
-  const auto* record = reinterpret_cast<const uintptr_t*>(GuestArguments(machine).Next(8));
-  reinterpret_cast<void (*)(void*)>(native)(CopyMethods(machine, record, 1, kVersion9MethodWords, false));
-}
-
-// The class record: its two method lists (words 9 and 10, 23 and 24) copied, four words a
-// method for version-9 hosts and six after.
-void RegisterClassExtension(Arm64Machine& machine, void* native) {
-  const auto* record = reinterpret_cast<const uintptr_t*>(GuestArguments(machine).Next(8));
-  if (record == nullptr) return reinterpret_cast<void (*)(void*)>(native)(nullptr);
-  uintptr_t* copy = gCopies.emplace_back(record, record + kClassWords).data();
-  const size_t stride = copy[0] == 9 ? kVersion9MethodWords : kMethodWords;
-  for (size_t list : {9, 23}) {
-    const auto* methods = reinterpret_cast<const uintptr_t*>(copy[list]);
-    copy[list] =
-        reinterpret_cast<uintptr_t>(CopyMethods(machine, methods, static_cast<intptr_t>(copy[list + 1]), stride, true));
-  }
-  reinterpret_cast<void (*)(void*)>(native)(copy);
-}
-
 // The graphics object's DrawPicture, which the host answers as native code.
 void LoadObjectMethod(Arm64Machine& machine, void* native) {
   GuestArguments in(machine);
@@ -108,12 +57,12 @@ void LoadObjectMethod(Arm64Machine& machine, void* native) {
       method == nullptr ? 0 : machine.Stub("DrawPicture", HandlerFor(static_cast<DrawPictureMethod>(nullptr)), method));
 }
 
-// Each host function by its C type from the list, but the three whose arguments or result
-// hold functions (listed first: a map keeps the first of equal keys).
+// Each host function by its C type from the list, but the one whose result is a function
+// (listed first: a map keeps the first of equal keys). The registration records the guest
+// hands the host are its own: the host reads them and has each method's function made
+// callable (os::PluginFunction, a thunk).
 StubHandler HandlerForHostFunction(const std::string& name) {
   static const std::map<std::string, StubHandler> kHandlers = {
-      {"PluginRegisterMethod", &RegisterMethod},
-      {"PluginRegisterClassExtension", &RegisterClassExtension},
       {"REALLoadObjectMethod", &LoadObjectMethod},
 #define PIXELHOST_HANDLER(wrapper, lookup, result, parameters) \
   {lookup, HandlerFor(static_cast<result(*) parameters>(nullptr))},

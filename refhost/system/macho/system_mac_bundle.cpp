@@ -135,4 +135,11 @@ void* PluginSymbol(void* library, const char* name) {
   return macho::NativeThunk(*slice->machine, address, std::vector<uint8_t>(8, 8), strcmp(name, "REALPluginMain") == 0);
 }
 
+// A registered method: the x86_64 slice's own code, or a thunk into the arm64 slice.
+void* PluginFunction(void* library, void* function, const std::vector<uint8_t>& argumentBytes) {
+  auto* slice = static_cast<LoadedSlice*>(library);
+  if (slice->machine == nullptr) return function;
+  return macho::NativeThunk(*slice->machine, reinterpret_cast<uint64_t>(function), argumentBytes);
+}
+
 }  // namespace refhost::os
