@@ -13,7 +13,7 @@
 #include "host/host_function_list.h"
 #include "refhost/system/arm64/guest_bridges.h"
 
-namespace refhost::macho {
+namespace refhost::arm64 {
 namespace {
 
 using Resolver = void* (*)(const char*);
@@ -117,4 +117,4 @@ void* NativeThunk(Arm64Machine& machine, uint64_t function, const std::vector<ui
   return kThunkTable[static_cast<size_t>(gFunctionCount++)];
 }
 
-}  // namespace refhost::macho
+}  // namespace refhost::arm64

@@ -8,7 +8,7 @@
 
 #include "refhost/system/arm64/arm64_machine.h"
 
-namespace refhost::macho {
+namespace refhost::arm64 {
 
 // A native function whose call runs the guest's `function` with the caller's integer
 // arguments, `sizes[i]` bytes each (at most ten). `resolverFirst`: the first argument is
@@ -16,4 +16,4 @@ namespace refhost::macho {
 void* NativeThunk(Arm64Machine& machine, uint64_t function, const std::vector<uint8_t>& sizes,
                   bool resolverFirst = false);
 
-}  // namespace refhost::macho
+}  // namespace refhost::arm64

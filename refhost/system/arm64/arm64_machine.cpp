@@ -13,7 +13,7 @@
 
 #include "refhost/system/process_maps.h"
 
-namespace refhost::macho {
+namespace refhost::arm64 {
 namespace {
 
 constexpr uint64_t kStubBytes = 0x10000, kSlotBytes = 16;
@@ -61,16 +61,16 @@ Arm64Machine::~Arm64Machine() {
   if (stack_ != nullptr) munmap(stack_, kStackBytes);
 }
 
-bool Arm64Machine::Load(const Image& image, std::string* error) {
+bool Arm64Machine::Load(const GuestImage& image, std::string* error) {
   image_ = &image;
-  const Slice& slice = image.slice();
   const uint64_t base = reinterpret_cast<uint64_t>(image.base());
   uint64_t mapped = base;
-  for (const Segment& segment : slice.segments) {
-    if (segment.protection == 0) continue;
-    const uint64_t at = base + (segment.address - slice.ImageStart());
-    const uint64_t bytes = RoundUp(segment.size, kPage);  // __LINKEDIT's size is not whole pages
-    if (!Map(at, bytes, segment.protection & 7, error)) return false;
+  for (const GuestImage::Part& part : image.Parts()) {
+    const uint64_t at = base + part.offset;
+    const uint64_t bytes = RoundUp(part.bytes, kPage);  // a part needn't be whole pages (__LINKEDIT isn't)
+    const uint32_t protection =
+        (part.readable ? UC_PROT_READ : 0) | (part.writable ? UC_PROT_WRITE : 0) | (part.executable ? UC_PROT_EXEC : 0);
+    if (!Map(at, bytes, protection, error)) return false;
     mapped = std::max(mapped, at + bytes);
   }
   return mapped >= base + image.size() || Map(mapped, base + image.size() - mapped, UC_PROT_READ, error);
@@ -239,4 +239,4 @@ void Arm64Machine::Fault(int error) {
   abort();
 }
 
-}  // namespace refhost::macho
+}  // namespace refhost::arm64

@@ -1,8 +1,9 @@
-// An arm64 processor emulated by Unicorn inside this process, to run a Mac bundle's arm64
-// slice: it sees the image, its stack and its stubs at the addresses this process has them,
-// and any other page of this process (the host's objects, memory blocks and pixels) from
-// the guest's first touch, so pointers mean the same on both sides. Only the slice's own
-// instructions are emulated: each import and host function is a stub that runs natively.
+// An arm64 processor emulated by Unicorn inside this process, to run an arm64 image (a Mac
+// bundle's arm64 slice; what it needs of the image is guest_image.h's): it sees the image,
+// its stack and its stubs at the addresses this process has them, and any other page of this
+// process (the host's objects, memory blocks and pixels) from the guest's first touch, so
+// pointers mean the same on both sides. Only the image's own instructions are emulated: each
+// import and host function is a stub that runs natively.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "refhost/system/macho/macho_image.h"
+#include "refhost/system/arm64/guest_image.h"
 
 struct uc_struct;
 
@@ -18,7 +19,7 @@ namespace refhost {
 struct Mapping;
 }
 
-namespace refhost::macho {
+namespace refhost::arm64 {
 
 class Arm64Machine;
 // Runs for the guest: takes its arguments from `machine` (GuestArguments), calls or reads
@@ -32,8 +33,8 @@ class Arm64Machine {
   ~Arm64Machine();
   Arm64Machine(const Arm64Machine&) = delete;
   Arm64Machine& operator=(const Arm64Machine&) = delete;
-  // Maps `image`, which stays where it is, each segment as its protection says.
-  bool Load(const Image& image, std::string* error);
+  // Maps `image`, which stays where it is, each part as its protection says.
+  bool Load(const GuestImage& image, std::string* error);
 
   // A guest address whose call runs `handler` and returns to the caller (the same one for
   // the same three). `keepsMappings`: the handler maps and frees nothing, so what the guest
@@ -63,7 +64,7 @@ class Arm64Machine {
     void* native;
     bool keepsMappings;
   };
-  const Image* image_ = nullptr;
+  const GuestImage* image_ = nullptr;
   std::string bundle_;
   uc_struct* uc_ = nullptr;
   uint8_t* stubs_ = nullptr;  // one return instruction a slot
@@ -87,4 +88,4 @@ class GuestArguments {
   uint64_t stack_ = 0;
 };
 
-}  // namespace refhost::macho
+}  // namespace refhost::arm64

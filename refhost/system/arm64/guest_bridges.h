@@ -9,7 +9,7 @@
 
 #include "refhost/system/arm64/arm64_machine.h"
 
-namespace refhost::macho {
+namespace refhost::arm64 {
 
 template <typename T>
 T FromWord(uint64_t word) {
@@ -42,4 +42,4 @@ constexpr StubHandler HandlerFor(R (*)(A...)) {
   return &CallNative<R, A...>;
 }
 
-}  // namespace refhost::macho
+}  // namespace refhost::arm64

@@ -98,14 +98,14 @@ struct Row {
   const char* symbol;
   std::optional<Cpu> only;  // the slice that imports it so, or both
   void* address;
-  StubHandler handler;  // null for a datum
+  arm64::StubHandler handler;  // null for a datum
   bool keepsMappings;
 };
 
 template <typename R, typename... A>
 Row Function(const char* symbol, R (*function)(A...), bool keepsMappings = true,
              std::optional<Cpu> only = std::nullopt) {
-  return {symbol, only, reinterpret_cast<void*>(function), HandlerFor(function), keepsMappings};
+  return {symbol, only, reinterpret_cast<void*>(function), arm64::HandlerFor(function), keepsMappings};
 }
 Row Datum(const char* symbol, void* address) { return {symbol, std::nullopt, address, nullptr, true}; }
 

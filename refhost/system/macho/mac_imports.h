@@ -11,9 +11,9 @@
 namespace refhost::macho {
 
 struct ServedImport {
-  void* address = nullptr;        // the function, or the datum the slice reads
-  StubHandler handler = nullptr;  // for a function: how a stub calls it from the arm64 slice
-  bool keepsMappings = false;     // it maps and frees nothing
+  void* address = nullptr;               // the function, or the datum the slice reads
+  arm64::StubHandler handler = nullptr;  // for a function: how a stub calls it from the arm64 slice
+  bool keepsMappings = false;            // it maps and frees nothing
 };
 
 // The import `symbol` of a slice for `cpu`, or false when this process doesn't serve it.

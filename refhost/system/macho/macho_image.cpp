@@ -72,27 +72,28 @@ bool Image::Map(Slice slice, const Binder& binder, std::string* error) {
 }
 
 void Image::Protect() const {
-  const uint64_t start = slice_.ImageStart();
-  for (const Segment& segment : slice_.segments) {
-    if (segment.protection == 0) continue;
-    const int protection = ((segment.protection & 1) ? PROT_READ : 0) | ((segment.protection & 2) ? PROT_WRITE : 0) |
-                           ((segment.protection & 4) ? PROT_EXEC : 0);
-    mprotect(base_ + (segment.address - start), RoundUp(segment.size, kPage), protection);
+  for (const Part& part : Parts()) {
+    const int protection =
+        (part.readable ? PROT_READ : 0) | (part.writable ? PROT_WRITE : 0) | (part.executable ? PROT_EXEC : 0);
+    mprotect(base_ + part.offset, RoundUp(part.bytes, kPage), protection);
   }
 }
+
+std::vector<Image::Part> Image::Parts() const {
+  std::vector<Part> parts;
+  for (const Segment& segment : slice_.segments) {
+    if (segment.protection == 0) continue;
+    parts.push_back({segment.address - slice_.ImageStart(), segment.size, (segment.protection & 1) != 0,
+                     (segment.protection & 2) != 0, (segment.protection & 4) != 0});
+  }
+  return parts;
+}
+
+std::string Image::SymbolNear(uint64_t offset) const { return slice_.NearestSymbol(slice_.ImageStart() + offset); }
 
 uint64_t Image::Export(const std::string& name) const {
   const auto found = slice_.exports.find(name);
   return found == slice_.exports.end() ? 0 : reinterpret_cast<uint64_t>(base_) + found->second;
-}
-
-std::string Image::Describe(uint64_t address) const {
-  if (!Contains(address)) return "";
-  const uint64_t offset = address - reinterpret_cast<uint64_t>(base_);
-  char text[40];
-  snprintf(text, sizeof text, "offset 0x%llx in the image", static_cast<unsigned long long>(offset));
-  const std::string symbol = slice_.NearestSymbol(slice_.ImageStart() + offset);
-  return text + (symbol.empty() ? "" : ", in " + symbol);
 }
 
 // The block: the template sections' initial values, then zeroes; each descriptor

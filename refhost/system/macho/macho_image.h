@@ -9,14 +9,15 @@
 #include <functional>
 #include <string>
 
+#include "refhost/system/arm64/guest_image.h"
 #include "refhost/system/macho/macho_file.h"
 
 namespace refhost::macho {
 
-class Image {
+class Image : public arm64::GuestImage {
  public:
   Image() = default;
-  ~Image();
+  ~Image() override;
   Image(const Image&) = delete;
   Image& operator=(const Image&) = delete;
 
@@ -30,13 +31,13 @@ class Image {
   void Protect() const;
 
   const Slice& slice() const { return slice_; }
-  uint8_t* base() const { return base_; }
-  uint64_t size() const { return size_; }  // whole pages
-  bool Contains(uint64_t address) const { return address - reinterpret_cast<uint64_t>(base_) < size_; }
+  uint8_t* base() const override { return base_; }
+  uint64_t size() const override { return size_; }
+  // The segments that map (all but __PAGEZERO).
+  std::vector<Part> Parts() const override;
+  std::string SymbolNear(uint64_t offset) const override;
   // The address of an export ("_REALPluginMain"), 0 when the slice has none.
   uint64_t Export(const std::string& name) const;
-  // "offset 0x1234 in the image, in _Name+0x10" for an address in it; "" elsewhere.
-  std::string Describe(uint64_t address) const;
 
  private:
   void PlaceThreadLocals();

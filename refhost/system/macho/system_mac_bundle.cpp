@@ -16,6 +16,7 @@
 
 #include "refhost/system/arm64/arm64_host_calls.h"
 #include "refhost/system/macho/mac_imports.h"
+#include "refhost/system/macho/macho_image.h"
 #include "refhost/system/process_maps.h"
 #include "refhost/system/system.h"
 
@@ -27,7 +28,7 @@ using macho::Cpu;
 struct LoadedSlice {
   std::string bundle;
   macho::Image image;
-  std::unique_ptr<macho::Arm64Machine> machine;  // the arm64 slice's
+  std::unique_ptr<arm64::Arm64Machine> machine;  // the arm64 slice's
 };
 
 std::vector<LoadedSlice*>& NativeSlices() {
@@ -80,7 +81,7 @@ LoadedSlice* Load(const std::string& path, Cpu cpu, std::string* error) {
   }
   auto loaded = std::make_unique<LoadedSlice>();
   loaded->bundle = path;
-  if (cpu == Cpu::kArm64 && (loaded->machine = macho::Arm64Machine::Start(path, error)) == nullptr) return nullptr;
+  if (cpu == Cpu::kArm64 && (loaded->machine = arm64::Arm64Machine::Start(path, error)) == nullptr) return nullptr;
   const std::vector<std::string> libraries = slice.libraries;
   const auto bind = [&](const macho::Bind& bind, uint64_t* address, std::string* why) {
     macho::ServedImport served;
@@ -132,14 +133,14 @@ void* PluginSymbol(void* library, const char* name) {
   auto* slice = static_cast<LoadedSlice*>(library);
   const uint64_t address = slice->image.Export(std::string("_") + name);
   if (slice->machine == nullptr || address == 0) return reinterpret_cast<void*>(address);
-  return macho::NativeThunk(*slice->machine, address, std::vector<uint8_t>(8, 8), strcmp(name, "REALPluginMain") == 0);
+  return arm64::NativeThunk(*slice->machine, address, std::vector<uint8_t>(8, 8), strcmp(name, "REALPluginMain") == 0);
 }
 
 // A registered method: the x86_64 slice's own code, or a thunk into the arm64 slice.
 void* PluginFunction(void* library, void* function, const std::vector<uint8_t>& argumentBytes) {
   auto* slice = static_cast<LoadedSlice*>(library);
   if (slice->machine == nullptr) return function;
-  return macho::NativeThunk(*slice->machine, reinterpret_cast<uint64_t>(function), argumentBytes);
+  return arm64::NativeThunk(*slice->machine, reinterpret_cast<uint64_t>(function), argumentBytes);
 }
 
 }  // namespace refhost::os
