@@ -25,7 +25,7 @@ size_t gPooled = 0;
 
 GuardedBuffer::GuardedBuffer(size_t size, uint8_t fill) : size_(size) {
   const size_t page = PageSize();
-  const size_t dataPages = (size + page - 1) / page;
+  const size_t dataPages = os::RoundUp(size, page) / page;
   region_size_ = (dataPages + 2) * page;
   auto pooled = Pool().find(region_size_);
   const bool reused = pooled != Pool().end();

@@ -55,7 +55,7 @@ bool MappingAt(uint64_t address, Mapping* mapping) {
 
 const char* DescribeFaultAddress(uint64_t address) {
   Mapping mapping;
-  if (address < 0x10000) return "a null pointer";
+  if (address < kNullPagesEnd) return "a null pointer";
   if (MappingAt(address, &mapping) && !mapping.readable) return "an inaccessible page (a guard page)";
   return "unmapped memory";
 }

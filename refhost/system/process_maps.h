@@ -6,6 +6,10 @@
 
 namespace refhost {
 
+// Below this address no mapping is ever made (Linux's least mmap address): an access there
+// follows a null pointer, and the emulated processor is lent nothing there.
+constexpr uint64_t kNullPagesEnd = 0x10000;
+
 struct Mapping {
   uint64_t begin = 0, end = 0;  // end: the first byte past it
   bool readable = false, writable = false;

@@ -22,6 +22,8 @@ void* PluginFunction(void* library, void* function, const std::vector<uint8_t>& 
 std::string ProgramFolder();
 
 size_t PageSize();
+// `value` rounded up to a multiple of `to` (whole pages, an argument's alignment).
+constexpr uint64_t RoundUp(uint64_t value, uint64_t to) { return (value + to - 1) / to * to; }
 // Whole pages, readable, writable and zero, or null.
 uint8_t* MapPages(size_t bytes);
 // The page at `page` faults on any access from now on.

@@ -2,7 +2,6 @@
 // touch, calls in (nested ones too) and faults reported with where the guest was.
 #include "refhost/system/arm64/arm64_machine.h"
 
-#include <sys/mman.h>
 #include <unicorn/unicorn.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 #include <cstring>
 
 #include "refhost/system/process_maps.h"
+#include "refhost/system/system.h"
 
 namespace refhost::arm64 {
 namespace {
@@ -23,13 +23,7 @@ constexpr uint64_t kStackBytes = 8 << 20;
 constexpr uint64_t kRedZone = 512;  // below a stub's caller's stack pointer, kept when calling in again
 constexpr uint64_t kPage = 0x1000;
 constexpr uint64_t kLendBytes = 1 << 20;
-
-uint64_t RoundUp(uint64_t value, uint64_t to) { return (value + to - 1) / to * to; }
-
-uint8_t* MapRegion(uint64_t bytes) {
-  void* region = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  return region == MAP_FAILED ? nullptr : static_cast<uint8_t*>(region);
-}
+using os::RoundUp;
 
 }  // namespace
 
@@ -38,8 +32,8 @@ std::unique_ptr<Arm64Machine> Arm64Machine::Start(const std::string& bundle, std
   Arm64Machine& m = *machine;
   uc_err err = uc_open(UC_ARCH_ARM64, UC_MODE_ARM, &m.uc_);
   if (err == UC_ERR_OK) err = uc_ctl_set_cpu_model(m.uc_, UC_CPU_ARM64_MAX);
-  m.stubs_ = MapRegion(kStubBytes);
-  m.stack_ = MapRegion(kStackBytes);
+  m.stubs_ = os::MapPages(kStubBytes);
+  m.stack_ = os::MapPages(kStackBytes);
   if (err != UC_ERR_OK || m.stubs_ == nullptr || m.stack_ == nullptr) {
     *error = std::string("no emulated arm64 processor: ") + uc_strerror(err);
     return nullptr;
@@ -57,8 +51,8 @@ std::unique_ptr<Arm64Machine> Arm64Machine::Start(const std::string& bundle, std
 
 Arm64Machine::~Arm64Machine() {
   if (uc_ != nullptr) uc_close(uc_);
-  if (stubs_ != nullptr) munmap(stubs_, kStubBytes);
-  if (stack_ != nullptr) munmap(stack_, kStackBytes);
+  if (stubs_ != nullptr) os::UnmapPages(stubs_, kStubBytes);
+  if (stack_ != nullptr) os::UnmapPages(stack_, kStackBytes);
 }
 
 bool Arm64Machine::Load(const GuestImage& image, std::string* error) {
@@ -185,7 +179,7 @@ bool Arm64Machine::OnUnmapped(uc_struct*, int, uint64_t address, int size, int64
   for (const uint64_t touched : {address, address + static_cast<uint64_t>(std::max(size, 1)) - 1}) {
     m.fault_address_ = touched;
     Mapping mapping;
-    if (touched < 0x10000 || !MappingAt(touched, &mapping) || !mapping.readable) return false;
+    if (touched < kNullPagesEnd || !MappingAt(touched, &mapping) || !mapping.readable) return false;
     mapping.begin = std::max(mapping.begin, touched & ~(kLendBytes - 1));
     mapping.end = std::min(mapping.end, (touched & ~(kLendBytes - 1)) + kLendBytes);
     m.Lend(mapping);

@@ -8,17 +8,19 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "refhost/system/system.h"
+
 namespace refhost::macho {
 namespace {
 
 constexpr uint64_t kPage = 0x4000;  // Apple silicon's page, which both slices' segments are aligned to
 
-uint64_t RoundUp(uint64_t value, uint64_t to) { return (value + to - 1) / to * to; }
+using os::RoundUp;
 
 }  // namespace
 
 Image::~Image() {
-  if (base_ != nullptr) munmap(base_, size_);
+  if (base_ != nullptr) os::UnmapPages(base_, size_);
   free(thread_block_);
 }
 
@@ -26,12 +28,11 @@ bool Image::Map(Slice slice, const Binder& binder, std::string* error) {
   slice_ = std::move(slice);
   const uint64_t start = slice_.ImageStart();
   size_ = RoundUp(slice_.ImageSize(), kPage);
-  void* region = mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (region == MAP_FAILED) {
+  base_ = os::MapPages(size_);
+  if (base_ == nullptr) {
     *error = "no room for an image of " + std::to_string(size_) + " bytes";
     return false;
   }
-  base_ = static_cast<uint8_t*>(region);
   const auto inImage = [&](uint64_t address, uint64_t bytes) {
     return address >= start && address - start <= size_ && bytes <= size_ - (address - start);
   };
