@@ -20,8 +20,8 @@ constexpr uint64_t kStubBytes = 0x10000, kSlotBytes = 16;
 constexpr int kSlots = kStubBytes / kSlotBytes;
 constexpr int kDeepest = 16;  // nested calls; the last slots are where each depth's call returns to
 constexpr uint64_t kStackBytes = 8 << 20;
-constexpr uint64_t kRedZone = 512;  // below a stub's caller's stack pointer, kept when calling in again
-constexpr uint64_t kPage = 0x1000;
+constexpr uint64_t kRedZone = 512;          // below a stub's caller's stack pointer, kept when calling in again
+constexpr uint64_t kEmulatorPage = 0x1000;  // the emulator maps whole pages of 4 KiB
 constexpr uint64_t kLendBytes = 1 << 20;
 using os::RoundUp;
 
@@ -61,7 +61,7 @@ bool Arm64Machine::Load(const GuestImage& image, std::string* error) {
   uint64_t mapped = base;
   for (const GuestImage::Part& part : image.Parts()) {
     const uint64_t at = base + part.offset;
-    const uint64_t bytes = RoundUp(part.bytes, kPage);  // a part needn't be whole pages (__LINKEDIT isn't)
+    const uint64_t bytes = RoundUp(part.bytes, kEmulatorPage);  // a part needn't be whole pages (__LINKEDIT isn't)
     const uint32_t protection =
         (part.readable ? UC_PROT_READ : 0) | (part.writable ? UC_PROT_WRITE : 0) | (part.executable ? UC_PROT_EXEC : 0);
     if (!Map(at, bytes, protection, error)) return false;

@@ -4,6 +4,7 @@
 
 #include <sys/random.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,7 +14,11 @@
 #include "platform/core_graphics.h"
 #include "refhost/system/arm64/guest_bridges.h"
 
-// rdi: the descriptor; its key word holds the block, its third word the variable's offset.
+// rdi: the descriptor; its key holds the block, and the variable lies its offset into it
+// (the words at 8 and 16: top-level assembly takes no operands).
+static_assert(offsetof(refhost::macho::format::tlv_descriptor, key) == 8 &&
+                  offsetof(refhost::macho::format::tlv_descriptor, offset) == 16,
+              "the thunk reads the descriptor's key and offset");
 asm(R"(
   .pushsection .text
   .globl PixelhostThreadLocalThunk
@@ -154,7 +159,7 @@ const Row* Rows(size_t* count) {
 
 }  // namespace
 
-uint64_t ThreadLocalAddress(const uint64_t* descriptor) { return descriptor[1] + descriptor[2]; }
+uint64_t ThreadLocalAddress(const format::tlv_descriptor* descriptor) { return descriptor->key + descriptor->offset; }
 
 bool FindImport(const std::string& symbol, Cpu cpu, ServedImport* served) {
   size_t count = 0;

@@ -19,10 +19,10 @@ struct ServedImport {
 // The import `symbol` of a slice for `cpu`, or false when this process doesn't serve it.
 bool FindImport(const std::string& symbol, Cpu cpu, ServedImport* served);
 
-// What a thread-local variable's descriptor {thunk, key, offset} leads to, once Image has put
-// its thread's block in the key word: the x86_64 thunk (which keeps every register but rax,
-// as dyld's does), or the function the arm64 stub calls.
+// What a thread-local variable's descriptor leads to, once Image has put its thread's block
+// in the key: the x86_64 thunk (which keeps every register but rax, as dyld's does), or the
+// function the arm64 stub calls.
 extern "C" void PixelhostThreadLocalThunk();
-uint64_t ThreadLocalAddress(const uint64_t* descriptor);
+uint64_t ThreadLocalAddress(const format::tlv_descriptor* descriptor);
 
 }  // namespace refhost::macho

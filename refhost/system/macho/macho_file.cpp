@@ -6,6 +6,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "refhost/system/macho/macho_format.h"
+
 namespace refhost::macho {
 namespace {
 
@@ -14,16 +16,12 @@ struct Unreadable : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-constexpr uint32_t kUniversalMagic = 0xCAFEBABE, kMagic64 = 0xFEEDFACF;
-constexpr uint32_t kSegment64 = 0x19, kSymbolTable = 0x2, kDyldInfo = 0x22, kDyldInfoOnly = 0x80000022;
-constexpr uint32_t kChainedFixups = 0x80000034, kExportsTrie = 0x80000033;
-constexpr uint32_t kLibraryCommands[] = {0xC, 0x80000018, 0x8000001F, 0x20, 0x80000023};  // load, weak, re-export,
-                                                                                          // lazy, upward
-constexpr uint8_t kPointer = 1;  // the one rebase and bind type of 64-bit images
+using namespace format;  // NOLINT: the format's own names, read as its description writes them
 
-uint32_t BigEndian32(const uint8_t* p) {
-  return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | p[3];
-}
+constexpr uint32_t kLibraryCommands[] = {LC_LOAD_DYLIB, LC_LOAD_WEAK_DYLIB, LC_REEXPORT_DYLIB, LC_LAZY_LOAD_DYLIB,
+                                         LC_LOAD_UPWARD_DYLIB};
+
+uint32_t FromBigEndian(uint32_t value) { return __builtin_bswap32(value); }
 
 // Bytes from..to of the slice, read in order.
 class Reader {
@@ -71,19 +69,17 @@ class Reader {
   uint64_t at_, end_;
 };
 
+// The record `what` (a load command, a section, a symbol...) at `at` in `bytes`.
 template <typename T>
-T Read(const std::vector<uint8_t>& bytes, uint64_t at) {
-  if (at > bytes.size() || sizeof(T) > bytes.size() - at) throw Unreadable("a load command runs past the slice's end");
+T Read(const std::vector<uint8_t>& bytes, uint64_t at, const char* what) {
+  if (at > bytes.size() || sizeof(T) > bytes.size() - at)
+    throw Unreadable(std::string(what) + " runs past the slice's end");
   T value;
   memcpy(&value, bytes.data() + at, sizeof value);
   return value;
 }
 
-std::string Name16(const std::vector<uint8_t>& bytes, uint64_t at) {
-  Read<uint64_t>(bytes, at + 8);  // the 16 bytes are there
-  const char* text = reinterpret_cast<const char*>(bytes.data() + at);
-  return std::string(text, strnlen(text, 16));
-}
+std::string Name16(const char (&name)[16]) { return std::string(name, strnlen(name, sizeof name)); }
 
 uint64_t SegmentStart(const Slice& slice, uint8_t index) {
   if (index >= slice.segments.size()) throw Unreadable("a fixup names segment " + std::to_string(index));
@@ -96,32 +92,32 @@ void ReadRebases(Slice& slice, Reader in) {
     for (uint64_t i = 0; i < times; ++i, address += step) slice.rebases.push_back(address);
   };
   while (in.More()) {
-    const uint8_t byte = in.Byte(), immediate = byte & 0x0F;
-    switch (byte & 0xF0) {
-      case 0x00:  // done
+    const uint8_t byte = in.Byte(), immediate = byte & REBASE_IMMEDIATE_MASK;
+    switch (byte & REBASE_OPCODE_MASK) {
+      case REBASE_OPCODE_DONE:
         return;
-      case 0x10:
-        if (immediate != kPointer) throw Unreadable("a rebase of type " + std::to_string(immediate));
+      case REBASE_OPCODE_SET_TYPE_IMM:
+        if (immediate != REBASE_TYPE_POINTER) throw Unreadable("a rebase of type " + std::to_string(immediate));
         break;
-      case 0x20:
+      case REBASE_OPCODE_SET_SEGMENT_AND_OFFSET_ULEB:
         address = SegmentStart(slice, immediate) + in.Uleb();
         break;
-      case 0x30:
+      case REBASE_OPCODE_ADD_ADDR_ULEB:
         address += in.Uleb();
         break;
-      case 0x40:
+      case REBASE_OPCODE_ADD_ADDR_IMM_SCALED:
         address += immediate * 8u;
         break;
-      case 0x50:
+      case REBASE_OPCODE_DO_REBASE_IMM_TIMES:
         rebase(immediate, 8);
         break;
-      case 0x60:
+      case REBASE_OPCODE_DO_REBASE_ULEB_TIMES:
         rebase(in.Uleb(), 8);
         break;
-      case 0x70:
+      case REBASE_OPCODE_DO_REBASE_ADD_ADDR_ULEB:
         rebase(1, 8 + in.Uleb());
         break;
-      case 0x80: {
+      case REBASE_OPCODE_DO_REBASE_ULEB_TIMES_SKIPPING_ULEB: {
         const uint64_t times = in.Uleb();
         rebase(times, 8 + in.Uleb());
         break;
@@ -143,51 +139,51 @@ void ReadBinds(Slice& slice, Reader in, bool lazy) {
     }
   };
   while (in.More()) {
-    const uint8_t byte = in.Byte(), immediate = byte & 0x0F;
-    switch (byte & 0xF0) {
-      case 0x00:
+    const uint8_t byte = in.Byte(), immediate = byte & BIND_IMMEDIATE_MASK;
+    switch (byte & BIND_OPCODE_MASK) {
+      case BIND_OPCODE_DONE:
         if (!lazy) return;
         break;
-      case 0x10:
+      case BIND_OPCODE_SET_DYLIB_ORDINAL_IMM:
         bind.library = immediate;
         break;
-      case 0x20:
+      case BIND_OPCODE_SET_DYLIB_ORDINAL_ULEB:
         bind.library = static_cast<int>(in.Uleb());
         break;
-      case 0x30:  // the image itself (0), the main program (-1), a flat lookup (-2)...
-        bind.library = immediate == 0 ? 0 : static_cast<int8_t>(0xF0 | immediate);
+      case BIND_OPCODE_SET_DYLIB_SPECIAL_IMM:  // the image itself (0), the main program (-1), a flat lookup (-2)...
+        bind.library = immediate == 0 ? 0 : static_cast<int8_t>(BIND_OPCODE_MASK | immediate);
         break;
-      case 0x40:
-        bind.weakImport = (immediate & 1) != 0;
+      case BIND_OPCODE_SET_SYMBOL_TRAILING_FLAGS_IMM:
+        bind.weakImport = (immediate & BIND_SYMBOL_FLAGS_WEAK_IMPORT) != 0;
         bind.symbol = in.Text();
         break;
-      case 0x50:
-        if (immediate != kPointer) throw Unreadable("a bind of type " + std::to_string(immediate));
+      case BIND_OPCODE_SET_TYPE_IMM:
+        if (immediate != BIND_TYPE_POINTER) throw Unreadable("a bind of type " + std::to_string(immediate));
         break;
-      case 0x60:
+      case BIND_OPCODE_SET_ADDEND_SLEB:
         bind.addend = in.Sleb();
         break;
-      case 0x70:
+      case BIND_OPCODE_SET_SEGMENT_AND_OFFSET_ULEB:
         address = SegmentStart(slice, immediate) + in.Uleb();
         break;
-      case 0x80:
+      case BIND_OPCODE_ADD_ADDR_ULEB:
         address += in.Uleb();
         break;
-      case 0x90:
+      case BIND_OPCODE_DO_BIND:
         emit(1, 8);
         break;
-      case 0xA0:
+      case BIND_OPCODE_DO_BIND_ADD_ADDR_ULEB:
         emit(1, 8 + in.Uleb());
         break;
-      case 0xB0:
+      case BIND_OPCODE_DO_BIND_ADD_ADDR_IMM_SCALED:
         emit(1, 8 + immediate * 8u);
         break;
-      case 0xC0: {
+      case BIND_OPCODE_DO_BIND_ULEB_TIMES_SKIPPING_ULEB: {
         const uint64_t times = in.Uleb();
         emit(times, 8 + in.Uleb());
         break;
       }
-      case 0xD0:
+      case BIND_OPCODE_THREADED:
         throw Unreadable("threaded binds and rebases (arm64e), which the runner doesn't apply");
       default:
         throw Unreadable("bind opcode " + std::to_string(byte >> 4));
@@ -195,12 +191,15 @@ void ReadBinds(Slice& slice, Reader in, bool lazy) {
   }
 }
 
+// A node: the size of its export's information (0: none), the information (flags, then the
+// address unless the export is another library's), then its children, each an edge's text
+// and the child's offset.
 void ReadExports(Slice& slice, uint64_t start, uint64_t size, uint64_t node, const std::string& prefix, int depth) {
   if (depth > 128 || node >= size) throw Unreadable("a malformed exports trie");
   Reader in(slice.bytes, start, size);
   in.Seek(start + node);
   const uint64_t terminal = in.Uleb(), children = in.At() + terminal;
-  if (terminal != 0 && (in.Uleb() & 0x08) == 0) slice.exports[prefix] = in.Uleb();  // not a re-export
+  if (terminal != 0 && (in.Uleb() & EXPORT_SYMBOL_FLAGS_REEXPORT) == 0) slice.exports[prefix] = in.Uleb();
   in.Seek(children);
   for (int count = in.Byte(); count > 0; --count) {
     const std::string edge = in.Text();
@@ -208,62 +207,67 @@ void ReadExports(Slice& slice, uint64_t start, uint64_t size, uint64_t node, con
   }
 }
 
-void ReadSymbols(Slice& slice, uint64_t at) {
-  const auto offset = Read<uint32_t>(slice.bytes, at + 8), count = Read<uint32_t>(slice.bytes, at + 12);
-  const auto strings = Read<uint32_t>(slice.bytes, at + 16), stringsSize = Read<uint32_t>(slice.bytes, at + 20);
-  Reader names(slice.bytes, strings, stringsSize);
-  for (uint32_t i = 0; i < count; ++i) {
-    const uint64_t entry = offset + uint64_t{i} * 16;
-    const auto type = Read<uint8_t>(slice.bytes, entry + 4);
-    if ((type & 0xE0) != 0 || (type & 0x0E) != 0x0E) continue;  // a debugging entry, or not defined in a section
-    names.Seek(strings + Read<uint32_t>(slice.bytes, entry));
-    slice.symbols.push_back({Read<uint64_t>(slice.bytes, entry + 8), names.Text()});
+void ReadSymbols(Slice& slice, const symtab_command& table) {
+  Reader names(slice.bytes, table.stroff, table.strsize);
+  for (uint32_t i = 0; i < table.nsyms; ++i) {
+    const auto entry = Read<nlist_64>(slice.bytes, table.symoff + uint64_t{i} * sizeof(nlist_64), "the symbol table");
+    if ((entry.n_type & N_STAB) != 0 || (entry.n_type & N_TYPE) != N_SECT) continue;  // debugging, or not defined here
+    names.Seek(table.stroff + uint64_t{entry.n_strx});
+    slice.symbols.push_back({entry.n_value, names.Text()});
   }
   std::sort(slice.symbols.begin(), slice.symbols.end(),
             [](const Symbol& a, const Symbol& b) { return a.address < b.address; });
 }
 
+void ReadSegment(Slice& slice, uint64_t at) {
+  const auto segment = Read<segment_command_64>(slice.bytes, at, "a segment command");
+  slice.segments.push_back({Name16(segment.segname), segment.vmaddr, segment.vmsize, segment.fileoff, segment.filesize,
+                            static_cast<uint32_t>(segment.initprot)});
+  for (uint32_t s = 0; s < segment.nsects; ++s) {
+    const auto section =
+        Read<section_64>(slice.bytes, at + sizeof segment + uint64_t{s} * sizeof(section_64), "a section");
+    slice.sections.push_back(
+        {Name16(section.segname), Name16(section.sectname), section.addr, section.size, section.flags & SECTION_TYPE});
+  }
+}
+
 void ReadCommands(Slice& slice) {
   const std::vector<uint8_t>& bytes = slice.bytes;
-  if (Read<uint32_t>(bytes, 0) != kMagic64) throw Unreadable("not a 64-bit Mach-O file");
-  if (Read<uint32_t>(bytes, 4) != static_cast<uint32_t>(slice.cpu))
+  if (Read<uint32_t>(bytes, 0, "the header") != MH_MAGIC_64) throw Unreadable("not a 64-bit Mach-O file");
+  const auto header = Read<mach_header_64>(bytes, 0, "the header");
+  if (header.cputype != static_cast<uint32_t>(slice.cpu))
     throw Unreadable(std::string("no ") + CpuName(slice.cpu) + " slice (a file of another processor's alone)");
-  const uint32_t commands = Read<uint32_t>(bytes, 16);
-  uint64_t at = 32;
-  uint32_t info[10] = {}, trie[2] = {};
-  for (uint32_t i = 0; i < commands; ++i) {
-    const uint32_t command = Read<uint32_t>(bytes, at), size = Read<uint32_t>(bytes, at + 4);
-    if (size < 8) throw Unreadable("a load command of " + std::to_string(size) + " bytes");
-    if (command == kSegment64) {
-      slice.segments.push_back({Name16(bytes, at + 8), Read<uint64_t>(bytes, at + 24), Read<uint64_t>(bytes, at + 32),
-                                Read<uint64_t>(bytes, at + 40), Read<uint64_t>(bytes, at + 48),
-                                Read<uint32_t>(bytes, at + 60)});
-      for (uint32_t s = 0, count = Read<uint32_t>(bytes, at + 64); s < count; ++s) {
-        const uint64_t section = at + 72 + 80 * uint64_t{s};
-        slice.sections.push_back({Name16(bytes, section + 16), Name16(bytes, section),
-                                  Read<uint64_t>(bytes, section + 32), Read<uint64_t>(bytes, section + 40),
-                                  Read<uint32_t>(bytes, section + 64) & 0xFF});
-      }
-    } else if (command == kDyldInfo || command == kDyldInfoOnly) {
-      for (int k = 0; k < 10; ++k) info[k] = Read<uint32_t>(bytes, at + 8 + 4 * k);
-    } else if (command == kExportsTrie) {
-      for (int k = 0; k < 2; ++k) trie[k] = Read<uint32_t>(bytes, at + 8 + 4 * k);
-    } else if (command == kChainedFixups) {
+  uint64_t at = sizeof header;
+  dyld_info_command info{};
+  linkedit_data_command trie{};
+  for (uint32_t i = 0; i < header.ncmds; ++i) {
+    const auto command = Read<load_command>(bytes, at, "a load command");
+    if (command.cmdsize < sizeof command)
+      throw Unreadable("a load command of " + std::to_string(command.cmdsize) + " bytes");
+    if (command.cmd == LC_SEGMENT_64) {
+      ReadSegment(slice, at);
+    } else if (command.cmd == LC_DYLD_INFO || command.cmd == LC_DYLD_INFO_ONLY) {
+      info = Read<dyld_info_command>(bytes, at, "the dyld information command");
+    } else if (command.cmd == LC_DYLD_EXPORTS_TRIE) {
+      trie = Read<linkedit_data_command>(bytes, at, "the exports trie command");
+    } else if (command.cmd == LC_DYLD_CHAINED_FIXUPS) {
       throw Unreadable("chained fixups (LC_DYLD_CHAINED_FIXUPS), which the runner doesn't apply");
-    } else if (command == kSymbolTable) {
-      ReadSymbols(slice, at);
-    } else if (std::find(std::begin(kLibraryCommands), std::end(kLibraryCommands), command) !=
+    } else if (command.cmd == LC_SYMTAB) {
+      ReadSymbols(slice, Read<symtab_command>(bytes, at, "the symbol table command"));
+    } else if (std::find(std::begin(kLibraryCommands), std::end(kLibraryCommands), command.cmd) !=
                std::end(kLibraryCommands)) {
-      Reader name(bytes, at + Read<uint32_t>(bytes, at + 8), size - Read<uint32_t>(bytes, at + 8));
+      const auto library = Read<dylib_command>(bytes, at, "a library command");
+      Reader name(bytes, at + library.dylib.name.offset, command.cmdsize - library.dylib.name.offset);
       slice.libraries.push_back(name.Text());
     }
-    at += size;
+    at += command.cmdsize;
   }
-  ReadRebases(slice, Reader(bytes, info[0], info[1]));
-  ReadBinds(slice, Reader(bytes, info[2], info[3]), false);
-  ReadBinds(slice, Reader(bytes, info[6], info[7]), true);  // weak binds (info[4], [5]) only merge the image's own
-  if (info[9] != 0) ReadExports(slice, info[8], info[9], 0, "", 0);
-  if (trie[1] != 0) ReadExports(slice, trie[0], trie[1], 0, "", 0);
+  ReadRebases(slice, Reader(bytes, info.rebase_off, info.rebase_size));
+  ReadBinds(slice, Reader(bytes, info.bind_off, info.bind_size), false);
+  ReadBinds(slice, Reader(bytes, info.lazy_bind_off, info.lazy_bind_size),
+            true);  // weak binds only merge the image's own
+  if (info.export_size != 0) ReadExports(slice, info.export_off, info.export_size, 0, "", 0);
+  if (trie.datasize != 0) ReadExports(slice, trie.dataoff, trie.datasize, 0, "", 0);
 }
 
 }  // namespace
@@ -294,24 +298,27 @@ std::string Slice::NearestSymbol(uint64_t address) const {
   return symbol.name + offset;
 }
 
-uint64_t Slice::FileOffsetOf(uint64_t address) const {
+std::optional<uint64_t> Slice::FileOffsetOf(uint64_t address) const {
   for (const Segment& segment : segments)
     if (address >= segment.address && address - segment.address < segment.fileSize)
       return segment.fileOffset + (address - segment.address);
-  return 0;
+  return std::nullopt;
 }
 
 bool ReadSlice(const std::vector<uint8_t>& file, Cpu cpu, Slice* slice, std::string* error) {
   *slice = Slice();
   slice->cpu = cpu;
   try {
-    if (file.size() >= 8 && BigEndian32(file.data()) == kUniversalMagic) {
-      const uint32_t count = BigEndian32(file.data() + 4);
-      for (uint32_t i = 0; i < count && slice->bytes.empty(); ++i) {
-        if (8 + 20 * uint64_t{i + 1} > file.size()) throw Unreadable("the universal header runs past the file's end");
-        const uint8_t* entry = file.data() + 8 + 20 * i;
-        if (BigEndian32(entry) != static_cast<uint32_t>(cpu)) continue;
-        const uint64_t offset = BigEndian32(entry + 8), size = BigEndian32(entry + 12);
+    fat_header universal{};
+    if (file.size() >= sizeof universal) memcpy(&universal, file.data(), sizeof universal);
+    if (FromBigEndian(universal.magic) == FAT_MAGIC) {
+      for (uint32_t i = 0; i < FromBigEndian(universal.nfat_arch) && slice->bytes.empty(); ++i) {
+        const uint64_t at = sizeof universal + uint64_t{i} * sizeof(fat_arch);
+        if (at + sizeof(fat_arch) > file.size()) throw Unreadable("the universal header runs past the file's end");
+        fat_arch entry;
+        memcpy(&entry, file.data() + at, sizeof entry);
+        if (FromBigEndian(entry.cputype) != static_cast<uint32_t>(cpu)) continue;
+        const uint64_t offset = FromBigEndian(entry.offset), size = FromBigEndian(entry.size);
         if (offset > file.size() || size > file.size() - offset) throw Unreadable("a slice runs past the file's end");
         slice->fileOffset = offset;
         slice->bytes.assign(file.begin() + static_cast<ptrdiff_t>(offset),

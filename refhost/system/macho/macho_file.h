@@ -6,27 +6,28 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "refhost/system/macho/macho_format.h"
+
 namespace refhost::macho {
 
-enum class Cpu : uint32_t { kX86_64 = 0x01000007, kArm64 = 0x0100000C };
+enum class Cpu : uint32_t { kX86_64 = format::CPU_TYPE_X86_64, kArm64 = format::CPU_TYPE_ARM64 };
 const char* CpuName(Cpu cpu);
 
 struct Segment {
   std::string name;
   uint64_t address = 0, size = 0, fileOffset = 0, fileSize = 0;
-  uint32_t protection = 0;  // VM_PROT_READ 1, WRITE 2, EXECUTE 4
+  uint32_t protection = 0;  // its initial protection: VM_PROT_READ, _WRITE, _EXECUTE
 };
 
 struct Section {
   std::string segment, name;
   uint64_t address = 0, size = 0;
-  uint32_t type = 0;  // the low byte of its flags
+  uint32_t type = 0;  // its flags' SECTION_TYPE bits: S_THREAD_LOCAL_REGULAR...
 };
-// The section types of thread-local variables' initial values, and of their descriptors.
-constexpr uint32_t kThreadLocalRegular = 0x11, kThreadLocalZeroFill = 0x12, kThreadLocalVariables = 0x13;
 
 // A pointer dyld fills with a symbol's address: at `address` (unslid), from library `library`
 // (1-based, in load order; 0 and below: the image itself, the main program or a flat lookup).
@@ -59,8 +60,9 @@ struct Slice {
   uint64_t ImageSize() const;   // from there to the end of the highest segment
   // "_Name+0x1c", the symbol at or before an unslid address ("" when none).
   std::string NearestSymbol(uint64_t address) const;
-  // The file offset of an unslid address in a segment's bytes, or 0.
-  uint64_t FileOffsetOf(uint64_t address) const;
+  // The file offset (from the slice's start) of an unslid address in a segment's file bytes;
+  // none for an address that no segment's file bytes hold.
+  std::optional<uint64_t> FileOffsetOf(uint64_t address) const;
 };
 
 // The slice for `cpu` of the Mach-O file `file` (universal or thin); false with what stands

@@ -5,6 +5,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
@@ -13,8 +14,10 @@
 namespace refhost::macho {
 namespace {
 
-constexpr uint64_t kPage = 0x4000;  // Apple silicon's page, which both slices' segments are aligned to
+// Apple silicon's page, 16 KiB, to which both slices' segments are aligned.
+constexpr uint64_t kAppleSiliconPage = 0x4000;
 
+using namespace format;  // NOLINT: the format's own names
 using os::RoundUp;
 
 }  // namespace
@@ -27,7 +30,7 @@ Image::~Image() {
 bool Image::Map(Slice slice, const Binder& binder, std::string* error) {
   slice_ = std::move(slice);
   const uint64_t start = slice_.ImageStart();
-  size_ = RoundUp(slice_.ImageSize(), kPage);
+  size_ = RoundUp(slice_.ImageSize(), kAppleSiliconPage);
   base_ = os::MapPages(size_);
   if (base_ == nullptr) {
     *error = "no room for an image of " + std::to_string(size_) + " bytes";
@@ -76,7 +79,7 @@ void Image::Protect() const {
   for (const Part& part : Parts()) {
     const int protection =
         (part.readable ? PROT_READ : 0) | (part.writable ? PROT_WRITE : 0) | (part.executable ? PROT_EXEC : 0);
-    mprotect(base_ + part.offset, RoundUp(part.bytes, kPage), protection);
+    mprotect(base_ + part.offset, RoundUp(part.bytes, kAppleSiliconPage), protection);
   }
 }
 
@@ -84,8 +87,8 @@ std::vector<Image::Part> Image::Parts() const {
   std::vector<Part> parts;
   for (const Segment& segment : slice_.segments) {
     if (segment.protection == 0) continue;
-    parts.push_back({segment.address - slice_.ImageStart(), segment.size, (segment.protection & 1) != 0,
-                     (segment.protection & 2) != 0, (segment.protection & 4) != 0});
+    parts.push_back({segment.address - slice_.ImageStart(), segment.size, (segment.protection & VM_PROT_READ) != 0,
+                     (segment.protection & VM_PROT_WRITE) != 0, (segment.protection & VM_PROT_EXECUTE) != 0});
   }
   return parts;
 }
@@ -97,12 +100,12 @@ uint64_t Image::Export(const std::string& name) const {
   return found == slice_.exports.end() ? 0 : reinterpret_cast<uint64_t>(base_) + found->second;
 }
 
-// The block: the template sections' initial values, then zeroes; each descriptor
-// {thunk, key, offset} gets the block's address in its key word.
+// The block: the template sections' initial values, then zeroes; each descriptor gets the
+// block's address in its key.
 void Image::PlaceThreadLocals() {
   uint64_t low = UINT64_MAX, high = 0;
   for (const Section& section : slice_.sections) {
-    if (section.type != kThreadLocalRegular && section.type != kThreadLocalZeroFill) continue;
+    if (section.type != S_THREAD_LOCAL_REGULAR && section.type != S_THREAD_LOCAL_ZEROFILL) continue;
     low = std::min(low, section.address);
     high = std::max(high, section.address + section.size);
   }
@@ -110,12 +113,13 @@ void Image::PlaceThreadLocals() {
   uint8_t* block = thread_block_ = static_cast<uint8_t*>(calloc(1, high - low));
   const uint64_t start = slice_.ImageStart();
   for (const Section& section : slice_.sections) {
-    if (section.type == kThreadLocalRegular)
+    if (section.type == S_THREAD_LOCAL_REGULAR)
       memcpy(block + (section.address - low), base_ + (section.address - start), section.size);
-    if (section.type != kThreadLocalVariables) continue;
-    for (uint64_t at = section.address; at + 24 <= section.address + section.size; at += 24) {
+    if (section.type != S_THREAD_LOCAL_VARIABLES) continue;
+    for (uint64_t at = section.address; at + sizeof(tlv_descriptor) <= section.address + section.size;
+         at += sizeof(tlv_descriptor)) {
       const auto key = reinterpret_cast<uint64_t>(block);
-      memcpy(base_ + (at - start) + 8, &key, 8);
+      memcpy(base_ + (at - start) + offsetof(tlv_descriptor, key), &key, sizeof key);
     }
   }
 }
