@@ -36,12 +36,9 @@ bool Image::Map(Slice slice, const Binder& binder, std::string* error) {
     *error = "no room for an image of " + std::to_string(size_) + " bytes";
     return false;
   }
-  const auto inImage = [&](uint64_t address, uint64_t bytes) {
-    return address >= start && address - start <= size_ && bytes <= size_ - (address - start);
-  };
   for (const Segment& segment : slice_.segments) {
     if (segment.protection == 0 || segment.fileSize == 0) continue;
-    if (!inImage(segment.address, segment.fileSize) || segment.fileOffset > slice_.bytes.size() ||
+    if (!InImage(segment.address, segment.fileSize) || segment.fileOffset > slice_.bytes.size() ||
         segment.fileSize > slice_.bytes.size() - segment.fileOffset) {
       *error = "segment " + segment.name + " lies outside the image or the file";
       return false;
@@ -50,7 +47,7 @@ bool Image::Map(Slice slice, const Binder& binder, std::string* error) {
   }
   const uint64_t slide = reinterpret_cast<uint64_t>(base_) - start;
   for (uint64_t address : slice_.rebases) {
-    if (!inImage(address, 8)) {
+    if (!InImage(address, 8)) {
       *error = "a rebase outside the image";
       return false;
     }
@@ -64,15 +61,19 @@ bool Image::Map(Slice slice, const Binder& binder, std::string* error) {
     const auto own = slice_.exports.find(bind.symbol);
     if (bind.library <= 0 && own != slice_.exports.end()) target = reinterpret_cast<uint64_t>(base_) + own->second;
     else if (!binder(bind, &target, error)) return false;
-    if (!inImage(bind.address, 8)) {
+    if (!InImage(bind.address, 8)) {
       *error = "the bind of " + bind.symbol + " lies outside the image";
       return false;
     }
     target += static_cast<uint64_t>(bind.addend);
     memcpy(base_ + (bind.address - start), &target, 8);
   }
-  PlaceThreadLocals();
-  return true;
+  return PlaceThreadLocals(error);
+}
+
+bool Image::InImage(uint64_t address, uint64_t bytes) const {
+  const uint64_t start = slice_.ImageStart();
+  return address >= start && address - start <= size_ && bytes <= size_ - (address - start);
 }
 
 void Image::Protect() const {
@@ -102,15 +103,25 @@ uint64_t Image::Export(const std::string& name) const {
 
 // The block: the template sections' initial values, then zeroes; each descriptor gets the
 // block's address in its key.
-void Image::PlaceThreadLocals() {
+bool Image::PlaceThreadLocals(std::string* error) {
   uint64_t low = UINT64_MAX, high = 0;
   for (const Section& section : slice_.sections) {
-    if (section.type != S_THREAD_LOCAL_REGULAR && section.type != S_THREAD_LOCAL_ZEROFILL) continue;
+    const uint32_t type = section.type;
+    if (type != S_THREAD_LOCAL_REGULAR && type != S_THREAD_LOCAL_ZEROFILL && type != S_THREAD_LOCAL_VARIABLES) continue;
+    if (!InImage(section.address, section.size)) {
+      *error = "thread-local section " + section.name + " lies outside the image";
+      return false;
+    }
+    if (type == S_THREAD_LOCAL_VARIABLES) continue;
     low = std::min(low, section.address);
     high = std::max(high, section.address + section.size);
   }
-  if (high <= low) return;
+  if (high <= low) return true;
   uint8_t* block = thread_block_ = static_cast<uint8_t*>(calloc(1, high - low));
+  if (block == nullptr) {
+    *error = "no room for a block of thread-local variables of " + std::to_string(high - low) + " bytes";
+    return false;
+  }
   const uint64_t start = slice_.ImageStart();
   for (const Section& section : slice_.sections) {
     if (section.type == S_THREAD_LOCAL_REGULAR)
@@ -122,6 +133,7 @@ void Image::PlaceThreadLocals() {
       memcpy(base_ + (at - start) + offsetof(tlv_descriptor, key), &key, sizeof key);
     }
   }
+  return true;
 }
 
 }  // namespace refhost::macho

@@ -40,7 +40,9 @@ class Image : public arm64::GuestImage {
   uint64_t Export(const std::string& name) const;
 
  private:
-  void PlaceThreadLocals();
+  // Whether `bytes` bytes at the unslid `address` lie in the image.
+  bool InImage(uint64_t address, uint64_t bytes) const;
+  bool PlaceThreadLocals(std::string* error);
 
   Slice slice_;
   uint8_t* base_ = nullptr;
