@@ -119,7 +119,6 @@ bool Host::KnowsClass(const std::string& name) const {
 }
 
 bool Host::HasClass(HostKind kind, const std::string& name) {
-  static const char* const kApplicationClasses[] = {"Application", "ConsoleApplication", "WebApplication"};
   if (name == kApplicationClasses[static_cast<int>(kind)]) return true;
   for (const char* known : kExceptionClasses)
     if (name == known) return true;

@@ -21,11 +21,13 @@
 namespace refhost {
 
 enum class HostKind { Desktop, Console, Web };
+// The application class each kind of host runs, in HostKind's order.
+inline constexpr const char* kApplicationClasses[] = {"Application", "ConsoleApplication", "WebApplication"};
 
 struct HostConfig {
   // The version "REALGetRBVersion" answers (hold the name back for a host without it).
   double version = 2013.03;
-  // Desktop hosts run class "Application", console "ConsoleApplication", web "WebApplication".
+  // Which application class the host runs (kApplicationClasses).
   HostKind kind = HostKind::Desktop;
   // Further class names that "pluginObjectType" knows.
   std::set<std::string> extra_classes;

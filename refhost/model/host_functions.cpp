@@ -1,7 +1,10 @@
-// Every host function of the plug-in interface, as the reference host implements it.
+// Every host function of the plug-in interface, as the reference host implements it: the
+// implementations, then the functions the resolver hands out, which log each call under the
+// name the plug-in looked it up by and answer through an implementation or as failing.
 #include <climits>
 #include <cstring>
 #include <string_view>
+#include <type_traits>
 #include <unordered_map>
 
 #include "host/host_function_list.h"
@@ -16,45 +19,28 @@ namespace {
 Host& H() { return *Host::Current(); }
 
 // Registration and host identity.
-void RegisterPluginVersion(int32_t version) {
-  H().NoteCall("RegisterPluginVersion");
-  H().SetControlVersion(version);
-}
-double REALGetRBVersion() {
-  H().NoteCall("REALGetRBVersion");
-  return H().config().version;
-}
-void REALRegisterMethod(REALmethodDefinition* record) {
-  H().NoteCall("PluginRegisterMethod");
-  H().CaptureMethod(record);
-}
-void REALRegisterClassExtension(REALclassDefinition* record) {
-  H().NoteCall("PluginRegisterClassExtension");
-  H().CaptureClass(record);
-}
+void RegisterPluginVersion(int32_t version) { H().SetControlVersion(version); }
+double REALGetRBVersion() { return H().config().version; }
+void REALRegisterMethod(REALmethodDefinition* record) { H().CaptureMethod(record); }
+void REALRegisterClassExtension(REALclassDefinition* record) { H().CaptureClass(record); }
 // A class reference is the address of a name that lives as long as the process.
 void* REALGetClassRef(const char* name) {
-  H().NoteCall("pluginObjectType");
-  static const std::string kNames[] = {"Application", "ConsoleApplication", "WebApplication"};
   if (name == nullptr || !H().KnowsClass(name)) return nullptr;
-  for (const std::string& known : kNames)
-    if (known == name) return const_cast<std::string*>(&known);
+  for (const char* known : kApplicationClasses)
+    if (strcmp(known, name) == 0) return const_cast<char*>(known);
   return const_cast<char*>("class");
 }
 
 // Object lifetime.
 void REALLockObject(REALobjectStruct* object) {
-  H().NoteCall("REALLockObject", object);
   if (object == nullptr) return H().Problem("REALLockObject on nil");
   H().Retain(H().Find(object));
 }
 void REALUnlockObject(REALobjectStruct* object) {
-  H().NoteCall("REALUnlockObject", object);
   if (object == nullptr) return H().Problem("REALUnlockObject on nil");
   H().Release(H().Find(object));
 }
 REALobjectStruct* REALnewInstance(const char* className) {
-  H().NoteCall("PluginNewInstance");
   if (className == nullptr || !H().KnowsClass(className) || H().config().uninstantiable.count(className))
     return nullptr;
   return static_cast<REALobjectStruct*>(H().Make<Instance>(className)->handle());
@@ -62,7 +48,6 @@ REALobjectStruct* REALnewInstance(const char* className) {
 
 // Strings and properties.
 REALstringStruct* REALBuildString(const char* bytes, int32_t length) {
-  H().NoteCall("REALBuildString");
   if (bytes == nullptr || length < 0) {
     H().Problem("REALBuildString without bytes");
     return nullptr;
@@ -70,20 +55,14 @@ REALstringStruct* REALBuildString(const char* bytes, int32_t length) {
   return static_cast<REALstringStruct*>(H().Make<String>(std::string(bytes, static_cast<size_t>(length)))->handle());
 }
 void REALSetStringEncoding(REALstringStruct* text, uint32_t encoding) {
-  H().NoteCall("REALSetStringEncoding", text);
   if (auto* string = H().FindAs<String>(text)) string->encoding = encoding;
 }
-void REALUnlockString(REALstringStruct* text) {
-  H().NoteCall("REALUnlockString", text);
-  H().Release(H().FindAs<String>(text));
-}
+void REALUnlockString(REALstringStruct* text) { H().Release(H().FindAs<String>(text)); }
 bool REALGetPropValueInt32(REALobjectStruct* object, const char* name, int32_t* value) {
-  H().NoteCall("REALGetPropValueInt", object);
   Object* found = H().Find(object);
   return found != nullptr && name != nullptr && value != nullptr && found->GetInt(name, value);
 }
 bool REALGetPropValueUInt8(REALobjectStruct* object, const char* name, unsigned char* value) {
-  H().NoteCall("REALGetPropValueBool", object);
   Object* found = H().Find(object);
   bool flag = false;
   if (found == nullptr || name == nullptr || value == nullptr || !found->GetBool(name, &flag)) return false;
@@ -91,45 +70,33 @@ bool REALGetPropValueUInt8(REALobjectStruct* object, const char* name, unsigned 
   return true;
 }
 void REALSetPropValueInt32(REALobjectStruct* object, const char* name, int32_t value) {
-  H().NoteCall("REALSetPropValueInt", object);
   Object* found = H().Find(object);
   if (found != nullptr && (name == nullptr || !found->SetInt(name, value)))
     H().Problem("no integer property to set on " + found->class_name());
 }
 void REALSetPropValueString(REALobjectStruct* object, const char* name, REALstringStruct* value) {
-  H().NoteCall("REALSetPropValueString", object);
   Object* found = H().Find(object);
   String* text = value != nullptr ? H().FindAs<String>(value) : nullptr;
   if (found != nullptr && (name == nullptr || !found->SetString(H(), name, text)))
     H().Problem("no string property to set on " + found->class_name());
 }
-void REALRaiseException(REALobjectStruct* exception) {
-  H().NoteCall("RuntimeRaiseException", exception);
-  H().Raise(H().Find(exception));
-}
+void REALRaiseException(REALobjectStruct* exception) { H().Raise(H().Find(exception)); }
 
 // Pictures.
 REALpictureStruct* REALNewPicture(int32_t width, int32_t height, int32_t depth) {
-  H().NoteCall("newPicture");
   if (depth != 32) H().Problem("newPicture asked for depth " + std::to_string(depth));
   Picture* picture = H().MakeHostPicture(width, height);
   return picture != nullptr ? static_cast<REALpictureStruct*>(picture->handle()) : nullptr;
 }
 bool REALLockPictureDescription(REALpictureStruct* picture, REALpictureDescription* description, RBPixelType type) {
-  H().NoteCall("REALLockPictureDescription", picture);
   auto* found = H().FindAs<Picture>(picture);
   return found != nullptr && found->Lock(description, type, H().config().lend_true_color);
 }
 void REALUnlockPictureDescription(REALpictureStruct* picture) {
-  H().NoteCall("unlockPictureDescription", picture);
   if (auto* found = H().FindAs<Picture>(picture)) found->Unlock();
 }
-void REALPictureClearCache(REALpictureStruct* picture) {
-  H().NoteCall("REALPictureClearCache", picture);
-  H().FindAs<Picture>(picture);
-}
+void REALPictureClearCache(REALpictureStruct* picture) { H().FindAs<Picture>(picture); }
 REALobjectStruct* REALGetPictureGraphics(REALpictureStruct* picture) {
-  H().NoteCall("pluginPictureGraphicsGetter", picture);
   auto* found = H().FindAs<Picture>(picture);
   if (found == nullptr) return nullptr;
   H().Retain(found);
@@ -156,7 +123,6 @@ void DrawPicture(REALobjectStruct* graphics, REALpictureStruct* image, int32_t x
   }
 }
 void* REALLoadObjectMethod(REALobjectStruct* object, const char* declaration) {
-  H().NoteCall("REALLoadObjectMethod", object);
   if (H().config().no_draw_method || H().FindAs<Graphics>(object) == nullptr || declaration == nullptr ||
       strcmp(declaration, kDrawPictureDeclaration) != 0)
     return nullptr;
@@ -165,23 +131,19 @@ void* REALLoadObjectMethod(REALobjectStruct* object, const char* declaration) {
 
 // Memory blocks, arrays and yielding.
 void* REALMemoryBlockGetPtr(REALmemoryBlockStruct* block) {
-  H().NoteCall("memoryBlockGetPtr", block);
   auto* found = H().FindAs<MemoryBlock>(block);
   return found != nullptr ? found->data() : nullptr;
 }
 int32_t REALMemoryBlockGetSize(REALmemoryBlockStruct* block) {
-  H().NoteCall("memoryBlockGetSize", block);
   auto* found = H().FindAs<MemoryBlock>(block);
   if (found == nullptr) return 0;
   return found->size() > INT32_MAX ? INT32_MAX : static_cast<int32_t>(found->size());
 }
 int32_t REALGetArrayUBound(REALarrayInteger* array) {
-  H().NoteCall("RuntimeUBound", array);
   auto* found = H().FindAs<IntArray>(array);
   return found != nullptr ? static_cast<int32_t>(found->values().size()) - 1 : -1;
 }
 int32_t REALReadArrayInt(REALarrayInteger* array, int32_t index) {
-  H().NoteCall("RuntimeDirectReadIntArray", array);
   auto* found = H().FindAs<IntArray>(array);
   if (found == nullptr) return 0;
   if (index < 0 || static_cast<size_t>(index) >= found->values().size()) {
@@ -191,12 +153,48 @@ int32_t REALReadArrayInt(REALarrayInteger* array, int32_t index) {
   return found->values()[static_cast<size_t>(index)];
 }
 void REALYieldToRB() {
-  H().NoteCall("REALYieldToRB");
   if (H().on_yield) H().on_yield();
 }
 
 }  // namespace
 }  // namespace abi
+
+namespace noted {
+namespace {
+
+// The object a call is logged with: its first argument, when that is a host object's handle.
+template <typename T>
+void* HandleOf(T first) {
+  if constexpr (std::is_same_v<T, REALobjectStruct*> || std::is_same_v<T, REALpictureStruct*> ||
+                std::is_same_v<T, REALmemoryBlockStruct*> || std::is_same_v<T, REALstringStruct*> ||
+                std::is_same_v<T, REALarrayInteger*>)
+    return first;
+  else return nullptr;
+}
+template <typename T, typename... Rest>
+void* FirstHandle(T first, Rest...) {
+  return HandleOf(first);
+}
+void* FirstHandle() { return nullptr; }
+
+// Each host function as the resolver hands it out: its call logged under its lookup name,
+// then answered by its implementation or, where the host has it failing, as a host that can't
+// do what was asked answers.
+#define PIXELBRIDGE_NOTED_FUNCTION(wrapper, lookup, result, parameters)     \
+  struct wrapper {                                                          \
+    template <bool kFailing, typename... A>                                 \
+    static result Call(A... args) {                                         \
+      Host::Current()->NoteCall(lookup, FirstHandle(args...));              \
+      if constexpr (kFailing) return failing::FailedAnswer<result>(lookup); \
+      else return abi::wrapper(args...);                                    \
+    }                                                                       \
+  };
+PIXELBRIDGE_DIRECT_HOST_FUNCTIONS(PIXELBRIDGE_NOTED_FUNCTION)
+PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELBRIDGE_NOTED_FUNCTION)
+#undef PIXELBRIDGE_NOTED_FUNCTION
+
+}  // namespace
+}  // namespace noted
 
 void* HostFunctionAddress(const char* name, bool failing) {
   struct Entry {
@@ -204,9 +202,9 @@ void* HostFunctionAddress(const char* name, bool failing) {
     void* address;
     void* failing;
   };
-#define PIXELBRIDGE_HOST_ENTRY(wrapper, lookup, result, parameters)                   \
-  {lookup, reinterpret_cast<void*>(static_cast<result(*) parameters>(&abi::wrapper)), \
-   reinterpret_cast<void*>(static_cast<result(*) parameters>(&failing::wrapper::Call))},
+#define PIXELBRIDGE_HOST_ENTRY(wrapper, lookup, result, parameters)                                  \
+  {lookup, reinterpret_cast<void*>(static_cast<result(*) parameters>(&noted::wrapper::Call<false>)), \
+   reinterpret_cast<void*>(static_cast<result(*) parameters>(&noted::wrapper::Call<true>))},
   static const Entry kTable[] = {PIXELBRIDGE_DIRECT_HOST_FUNCTIONS(PIXELBRIDGE_HOST_ENTRY)
                                      PIXELBRIDGE_WRAPPED_HOST_FUNCTIONS(PIXELBRIDGE_HOST_ENTRY)};
 #undef PIXELBRIDGE_HOST_ENTRY
