@@ -70,47 +70,65 @@ uintptr_t Word(R value) {
   else return static_cast<uintptr_t>(value);
 }
 
-template <typename R, char... Cs, size_t... I>
+// The C result a method returns: 'b' a boolean (as host functions and Copy… methods return
+// one), 'P' a picture's handle.
+template <char C>
+struct CResult;
+template <>
+struct CResult<'b'> {
+  using type = bool;
+};
+template <>
+struct CResult<'P'> {
+  using type = REALpictureStruct*;
+};
+
+template <char R, char... Cs, size_t... I>
 uintptr_t CallWith(void* function, const uintptr_t* words, std::index_sequence<I...>) {
-  using Function = R (*)(typename CType<Cs>::type...);
+  using Function = typename CResult<R>::type (*)(typename CType<Cs>::type...);
   return Word(reinterpret_cast<Function>(function)(CType<Cs>::From(words[I])...));
 }
 
-template <typename R, char... Cs>
+template <char R, char... Cs>
 uintptr_t Call(void* function, const uintptr_t* words) {
   return CallWith<R, Cs...>(function, words, std::make_index_sequence<sizeof...(Cs)>());
 }
 
 using Invoker = uintptr_t (*)(void*, const uintptr_t*);
-struct Shape {
+struct Signature {
   const char* params;  // one letter per parameter: P picture, M memory block, A integer array,
                        // p Ptr, i integer, b boolean byte
   char result;         // b boolean, P picture
   Invoker invoke;
 };
 
-using Picture = REALpictureStruct*;
+template <char... Cs>
+constexpr char kLetters[] = {Cs..., '\0'};
+
+// A signature written once: the result's letter, then the parameters'.
+template <char R, char... Cs>
+constexpr Signature kReturning = {kLetters<Cs...>, R, &Call<R, Cs...>};
 
 // Every C signature that the methods of this plug-in family use.
-const Shape kShapes[] = {
-    {"PMiiiii", 'b', Call<bool, 'P', 'M', 'i', 'i', 'i', 'i', 'i'>},
-    {"PMiiiiii", 'b', Call<bool, 'P', 'M', 'i', 'i', 'i', 'i', 'i', 'i'>},
-    {"PMiPiiii", 'b', Call<bool, 'P', 'M', 'i', 'P', 'i', 'i', 'i', 'i'>},
-    {"PMibiiiii", 'b', Call<bool, 'P', 'M', 'i', 'b', 'i', 'i', 'i', 'i', 'i'>},
-    {"PMiii", 'P', Call<Picture, 'P', 'M', 'i', 'i', 'i'>},
-    {"PMiiib", 'P', Call<Picture, 'P', 'M', 'i', 'i', 'i', 'b'>},
-    {"Ppiii", 'P', Call<Picture, 'P', 'p', 'i', 'i', 'i'>},
-    {"Ppiiib", 'P', Call<Picture, 'P', 'p', 'i', 'i', 'i', 'b'>},
-    {"Miii", 'P', Call<Picture, 'M', 'i', 'i', 'i'>},
-    {"Miiib", 'P', Call<Picture, 'M', 'i', 'i', 'i', 'b'>},
-    {"Miiii", 'P', Call<Picture, 'M', 'i', 'i', 'i', 'i'>},
-    {"Miiiiiii", 'P', Call<Picture, 'M', 'i', 'i', 'i', 'i', 'i', 'i', 'i'>},
-    {"MiiiiAAA", 'P', Call<Picture, 'M', 'i', 'i', 'i', 'i', 'A', 'A', 'A'>},
-    {"piii", 'P', Call<Picture, 'p', 'i', 'i', 'i'>},
-    {"piiib", 'P', Call<Picture, 'p', 'i', 'i', 'i', 'b'>},
-    {"piiii", 'P', Call<Picture, 'p', 'i', 'i', 'i', 'i'>},
-    {"piiiiiii", 'P', Call<Picture, 'p', 'i', 'i', 'i', 'i', 'i', 'i', 'i'>},
-    {"piiiiAAA", 'P', Call<Picture, 'p', 'i', 'i', 'i', 'i', 'A', 'A', 'A'>},
+const Signature kSignatures[] = {
+    kReturning<'b', 'P', 'M', 'i', 'i', 'i', 'i', 'i'>,
+    kReturning<'b', 'P', 'M', 'i', 'i', 'i', 'i', 'i', 'i'>,
+    kReturning<'b', 'P', 'M', 'i', 'P', 'i', 'i', 'i', 'i'>,
+    kReturning<'b', 'P', 'M', 'i', 'b', 'i', 'i', 'i', 'i', 'i'>,
+    kReturning<'P', 'P', 'M', 'i', 'i', 'i'>,
+    kReturning<'P', 'P', 'M', 'i', 'i', 'i', 'b'>,
+    kReturning<'P', 'P', 'p', 'i', 'i', 'i'>,
+    kReturning<'P', 'P', 'p', 'i', 'i', 'i', 'b'>,
+    kReturning<'P', 'M', 'i', 'i', 'i'>,
+    kReturning<'P', 'M', 'i', 'i', 'i', 'b'>,
+    kReturning<'P', 'M', 'i', 'i', 'i', 'i'>,
+    kReturning<'P', 'M', 'i', 'i', 'i', 'i', 'i', 'i', 'i'>,
+    kReturning<'P', 'M', 'i', 'i', 'i', 'i', 'A', 'A', 'A'>,
+    kReturning<'P', 'p', 'i', 'i', 'i'>,
+    kReturning<'P', 'p', 'i', 'i', 'i', 'b'>,
+    kReturning<'P', 'p', 'i', 'i', 'i', 'i'>,
+    kReturning<'P', 'p', 'i', 'i', 'i', 'i', 'i', 'i', 'i'>,
+    kReturning<'P', 'p', 'i', 'i', 'i', 'i', 'A', 'A', 'A'>,
 };
 
 // Runs `f` on the letter of a parameter type (as a std::integral_constant, so that `f` may
@@ -207,9 +225,9 @@ bool InvokeBySignature(void* function, const std::vector<ParamType>& params, std
   std::string letters;
   for (ParamType type : params) letters += Letter(type);
   const char resultLetter = !result ? 'v' : Letter(*result);
-  for (const Shape& shape : kShapes) {
-    if (letters == shape.params && resultLetter == shape.result) {
-      *returned = shape.invoke(function, words.data());
+  for (const Signature& signature : kSignatures) {
+    if (letters == signature.params && resultLetter == signature.result) {
+      *returned = signature.invoke(function, words.data());
       return true;
     }
   }
