@@ -200,7 +200,6 @@ void Host::CaptureMethod(const REALmethodDefinition* record) { global_methods_.p
 
 void Host::CaptureClass(const REALclassDefinition* record) {
   ++class_registrations_;
-  class_record_ = record;
   const auto* words = reinterpret_cast<const RecordWord*>(record);
   class_words_.assign(words, words + kWordsPerClass);
   const size_t stride = WordsPerMethod(record->version);

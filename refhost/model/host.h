@@ -112,9 +112,8 @@ class Host {
   std::optional<int32_t> control_version() const { return control_version_; }
   const std::vector<RegisteredMethod>& global_methods() const { return global_methods_; }
   const std::vector<RegisteredMethod>& picture_methods() const { return picture_methods_; }
-  // The class record as registered: its words, and the record itself.
+  // The class record's words as registered.
   const std::vector<uintptr_t>& class_words() const { return class_words_; }
-  const void* class_record() const { return class_record_; }
   int class_registrations() const { return class_registrations_; }
 
   // Calls the method registered with exactly this declaration ("Picture" methods take the
@@ -140,7 +139,6 @@ class Host {
 
   // The log of lookups and calls, and its summaries.
   const std::vector<LogEntry>& log() const { return log_; }
-  void ClearLog() { log_.clear(); }
   int LookupCount(const std::string& name) const;
   int CallCount(const std::string& name) const;
   std::vector<std::string> CallNames() const;
@@ -180,7 +178,6 @@ class Host {
   std::vector<RegisteredMethod> global_methods_;
   std::vector<RegisteredMethod> picture_methods_;
   std::vector<uintptr_t> class_words_;
-  const void* class_record_ = nullptr;
   int class_registrations_ = 0;
   std::unordered_map<const void*, std::unique_ptr<Object>> objects_;
   int next_id_ = 1;

@@ -99,8 +99,6 @@ class IntArray : public Object {
  public:
   explicit IntArray(std::vector<int32_t> values);
   const std::vector<int32_t>& values() const { return values_; }
-  // Clears the element pointer that older hosts let plug-ins read directly.
-  void HideElements() { handle_.elements = nullptr; }
 
  private:
   std::vector<int32_t> values_;

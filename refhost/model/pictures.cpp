@@ -194,10 +194,7 @@ bool Picture::Lock(REALpictureDescription* description, RBPixelType type, bool l
 }
 
 void Picture::Unlock() {
-  if (locks_ == 0) {
-    ++stray_unlocks_;
-    return;
-  }
+  if (locks_ == 0) return;
   if (--locks_ == 0 && lent_) {
     lent_ = false;
     for (int32_t y = 0; y < setup_.height; ++y)

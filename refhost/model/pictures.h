@@ -68,12 +68,11 @@ class Picture : public Object {
   void Fill(Rgba colour);
   Rgba GetPixel(int32_t x, int32_t y) const;
 
-  // The pixel lock as "REALLockPictureDescription" and "unlockPictureDescription" see it.
+  // The pixel lock as "REALLockPictureDescription" and "unlockPictureDescription" see it. An
+  // unlock without a lock is let pass (hosts before 2012.0 ask for one after a refusal).
   bool Lock(REALpictureDescription* description, RBPixelType type, bool lendTrueColor);
   void Unlock();
   int locks() const override { return locks_; }
-  // Unlocks that came without a lock (hosts before 2012.0 ask for them after a refusal).
-  int stray_unlocks() const { return stray_unlocks_; }
 
   // Raw storage, for tests that look at bytes.
   uint8_t* bitmap_row(int32_t y) const;
@@ -86,7 +85,6 @@ class Picture : public Object {
  private:
   PictureSetup setup_;
   int locks_ = 0;
-  int stray_unlocks_ = 0;
   // Bitmap pictures.
   std::unique_ptr<GuardedBuffer> pixels_;
   size_t bytes_per_pixel_ = 4;
