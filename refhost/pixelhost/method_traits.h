@@ -12,7 +12,7 @@ namespace pixelhost {
 
 constexpr int32_t kStride = 2;  // the PixelByteSize the demo gives channels and gray samples
 
-struct MethodShape {
+struct MethodTraits {
   const refhost::RegisteredMethod* method = nullptr;
   bool toMemory = false;            // a Copy…toMemoryblockQZV method of "Picture"
   bool fromPtr = false;             // a Ptr…toPictureQZV method
@@ -29,6 +29,6 @@ struct MethodShape {
 };
 
 // Null for a name outside the two families.
-std::optional<MethodShape> ShapeOf(const refhost::RegisteredMethod& method);
+std::optional<MethodTraits> TraitsOf(const refhost::RegisteredMethod& method);
 
 }  // namespace pixelhost
