@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "host/host_function_list.h"
-#include "refhost/host.h"
+#include "refhost/model/host.h"
 
 namespace bench {
 namespace {

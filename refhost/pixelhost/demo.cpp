@@ -9,7 +9,7 @@
 
 #include "refhost/pixelhost/commands.h"
 #include "refhost/pixelhost/files.h"
-#include "refhost/pixelhost/method_shape.h"
+#include "refhost/pixelhost/method_traits.h"
 #include "refhost/pixelhost/test_card.h"
 
 namespace pixelhost {
@@ -52,8 +52,8 @@ class Demo {
     size_t bytes = 0;
     double ms = 0;
   };
-  Outcome Copy(const MethodShape& shape, const std::string& png);
-  Outcome Convert(const MethodShape& shape, const std::string& png);
+  Outcome Copy(const MethodTraits& traits, const std::string& png);
+  Outcome Convert(const MethodTraits& traits, const std::string& png);
   // Reads a block back into a picture through the plug-in's method `name`, which takes
   // exactly `args`, and checks it.
   std::string ReadBack(const std::string& name, const NamedArgs& args, const ColourAt& expected,
@@ -127,20 +127,20 @@ std::string Demo::ReadBack(const std::string& name, const NamedArgs& args, const
 }
 
 // Card → block through the method (bytes checked) → picture through the reader of its bytes.
-Demo::Outcome Demo::Copy(const MethodShape& shape, const std::string& png) {
-  const std::string bytes = shape.Bytes();
+Demo::Outcome Demo::Copy(const MethodTraits& traits, const std::string& png) {
+  const std::string bytes = traits.Bytes();
   auto* block = Hold(host_.NewMemoryBlock(static_cast<size_t>(kCardWidth) * kCardHeight * bytes.size(), kPad));
   const NamedArgs args{{"destination", block},         {"offset", 0},
                        {"AlphaValue", kAlpha},         {"MaskForAlpha", mask_},
                        {"LittleEndian", Arg::Bool(1)}, {"PixelByteSize", kStride}};
   Outcome outcome;
   outcome.bytes = block->size();
-  const refhost::CallResult result = Timed(*shape.method, card_, args, &outcome.ms);
+  const refhost::CallResult result = Timed(*traits.method, card_, args, &outcome.ms);
   outcome.problem = Complaints(result);
   if (!outcome.problem.empty()) return outcome.problem.resize(outcome.problem.find('\n')), outcome;
   if (!result.boolean) return outcome.problem = "returned false", outcome;
 
-  const bool masked = shape.Has("MaskForAlpha");
+  const bool masked = traits.Has("MaskForAlpha");
   const ByteAt alpha = [masked](int32_t x, int32_t y) {
     return masked ? static_cast<uint8_t>(255 - MaskColour(x, y).g) : kAlpha;
   };
@@ -172,17 +172,17 @@ Demo::Outcome Demo::Copy(const MethodShape& shape, const std::string& png) {
 }
 
 // Card in the method's bytes → picture through the method, compared with the card.
-Demo::Outcome Demo::Convert(const MethodShape& shape, const std::string& png) {
+Demo::Outcome Demo::Convert(const MethodTraits& traits, const std::string& png) {
   const std::vector<uint8_t> source = CardBytes(
-      shape.Bytes(), [](int32_t, int32_t) { return uint8_t{0}; }, kJunk);
+      traits.Bytes(), [](int32_t, int32_t) { return uint8_t{0}; }, kJunk);
   auto* block = Hold(host_.NewMemoryBlock(kSourceOffset + source.size(), kJunk));
   memcpy(block->data() + kSourceOffset, source.data(), source.size());
   Picture* dest = nullptr;
-  if (shape.Has("dest"))
+  if (traits.Has("dest"))
     dest = Hold(session_.NewPicture(kCardWidth + kDestMargin, kCardHeight + kDestMargin, kDestFill));
-  const bool flip = shape.Has("FlipVertically") && dest == nullptr;
+  const bool flip = traits.Has("FlipVertically") && dest == nullptr;
   NamedArgs args{{"dest", dest},
-                 {"source", shape.fromPtr ? Arg::Ptr(block->data()) : Arg(block)},
+                 {"source", traits.fromPtr ? Arg::Ptr(block->data()) : Arg(block)},
                  {"offset", kSourceOffset},
                  {"width", kCardWidth},
                  {"height", kCardHeight},
@@ -195,7 +195,7 @@ Demo::Outcome Demo::Convert(const MethodShape& shape, const std::string& png) {
   const char* const arrays[] = {"Red()", "Blue()", "Green()"};  // they map red, green, blue
   for (int i = 0; i < 3; ++i) args.emplace(arrays[i], Hold(host_.NewIntArray(Table(i))));
 
-  const bool gray = shape.layout == "Gray", tint = shape.Has("Red"), tables = shape.Has("Red()");
+  const bool gray = traits.layout == "Gray", tint = traits.Has("Red"), tables = traits.Has("Red()");
   const std::vector<int32_t> table[3] = {Table(0), Table(1), Table(2)};
   const ColourAt expected = [=](int32_t x, int32_t y) {
     const Rgba colour = CardColour(x, flip ? kCardHeight - 1 - y : y);
@@ -209,7 +209,7 @@ Demo::Outcome Demo::Convert(const MethodShape& shape, const std::string& png) {
   };
   Outcome outcome;
   outcome.bytes = source.size();
-  const refhost::CallResult result = Timed(*shape.method, nullptr, args, &outcome.ms);
+  const refhost::CallResult result = Timed(*traits.method, nullptr, args, &outcome.ms);
   if (dest != nullptr && result.picture != nullptr && result.picture != dest)
     return Hold(result.picture), outcome.problem = "made a new picture instead of writing the destination", outcome;
   outcome.problem = Check(result, expected, png, dest ? std::optional<Rgba>(kDestFill) : std::nullopt);
@@ -242,15 +242,15 @@ bool Demo::Run() {
   size_t exact = 0;
   for (size_t i = 0; i < methods.size(); ++i) {
     const RegisteredMethod& method = *methods[i];
-    const std::optional<MethodShape> shape = ShapeOf(method);
+    const std::optional<MethodTraits> traits = TraitsOf(method);
     Outcome outcome;
-    if (!shape) outcome.problem = "not a method the demo knows";
-    else if (shape->toMemory) outcome = Copy(*shape, shape->FileName(static_cast<int>(i + 1)));
-    else outcome = Convert(*shape, shape->FileName(static_cast<int>(i + 1)));
+    if (!traits) outcome.problem = "not a method the demo knows";
+    else if (traits->toMemory) outcome = Copy(*traits, traits->FileName(static_cast<int>(i + 1)));
+    else outcome = Convert(*traits, traits->FileName(static_cast<int>(i + 1)));
     ReleaseHeld();
     exact += outcome.problem.empty();
-    printf("%2zu  %-64s %-6s %9zu %8.2f ms  %s\n", i + 1, shape ? shape->Label().c_str() : method.parsed.name.c_str(),
-           shape ? shape->Bytes().c_str() : "?", outcome.bytes, outcome.ms,
+    printf("%2zu  %-64s %-6s %9zu %8.2f ms  %s\n", i + 1, traits ? traits->Label().c_str() : method.parsed.name.c_str(),
+           traits ? traits->Bytes().c_str() : "?", outcome.bytes, outcome.ms,
            outcome.problem.empty() ? "ok" : ("FAILED: " + outcome.problem).c_str());
   }
   printf("layout: one pixel's bytes in memory; X is a byte the method leaves alone\n");

@@ -23,14 +23,14 @@ std::set<std::string> RequiredParams(const std::string& layout, const CommandLin
   return required;
 }
 
-// Room for the lines the copy writes: the first at `offset`, one pitch apart. The shape (the
-// mask, when there is one) gives the lines and the pixels per line.
-size_t BlockSize(const refhost::Picture& shape, int64_t bytesPerPixel, const CommandLine& line) {
-  const int64_t height = shape.height();
+// Room for the lines the copy writes: the first at `offset`, one pitch apart. The measured
+// picture (the mask, when there is one) gives the lines and the pixels per line.
+size_t BlockSize(const refhost::Picture& measured, int64_t bytesPerPixel, const CommandLine& line) {
+  const int64_t height = measured.height();
   const int64_t first = std::min<int64_t>(std::max(line.Int("--start-line", 0), 0), height - 1);
   const int64_t endLine = line.Int("--end-line", -1);
   const int64_t last = endLine < 0 ? height - 1 : std::min(endLine, height - 1);
-  const int64_t lineBytes = shape.width() * bytesPerPixel;
+  const int64_t lineBytes = measured.width() * bytesPerPixel;
   const int64_t pitch = std::max<int64_t>(lineBytes, line.Int("--dest-row-bytes", 0));
   const int64_t size = std::max(line.Int("--offset", 0), 0) + std::max<int64_t>(last - first + 1, 0) * pitch;
   if (size > INT32_MAX) throw Failure("the lines asked for need more than a memory block can hold");
