@@ -7,6 +7,7 @@ exports=$(echo "$table" | sed -n '/Ordinal.Name Pointer/,/^$/s/^\s*\[ *[0-9]*\] 
 imports=$(echo "$table" | sed -n 's/^\s*DLL Name: //p' | sort -u)
 echo "exports: $exports"; echo "imports:" $imports
 [ "$exports" = REALPluginMain ] || { echo "unexpected exports"; exit 1; }
+[ -n "$imports" ] || { echo "no imports read"; exit 1; }
 for dll in $imports; do
   case $(echo "$dll" | tr 'A-Z' 'a-z') in
     kernel32.dll | msvcrt.dll | api-ms-win-crt-*.dll) ;;
