@@ -18,6 +18,7 @@ echo "$exports" | grep -qx REALPluginMain || { echo "REALPluginMain isn't export
 for name in $exports; do
   case $name in REALPluginMain | "$prefix"*) ;; *) echo "unexpected export $name"; exit 1 ;; esac
 done
+[ -n "$imports" ] || { echo "no imports read"; exit 1; }
 for dll in $imports; do
   case $(echo "$dll" | tr 'A-Z' 'a-z') in
     kernel32.dll | msvcrt.dll | api-ms-win-crt-*.dll) ;;

@@ -13,6 +13,7 @@ globals=$("$objdump" -t -C "$plugin" | awk -F'\t' '{
     if (name ~ /^(guard variable for |__|_TLS_MODULE_BASE_|DW\.ref\.|completed\.|\$)/) next
     while (gsub(/\([^()]*\)/, "", name)) {}
     sub(/^::/, "", name); print name }' | sort -u)
+[ -n "$globals" ] || { echo "no writable global read from $plugin"; exit 1; }
 reset=$(sed -n '/^PROBE void PixelbridgeProbeReset()/,/^}/p' "$probe")
 failed=0
 for global in $globals; do

@@ -1,5 +1,10 @@
 // The checker itself: a host that breaks a rule while a copy yields, or a line that expects
-// what the call doesn't give, must make the call runner report exactly that rule.
+// what the call doesn't give, must make the call runner report exactly that rule; and a host
+// process that reports failures, crashes or throws must fail its case.
+#include <gtest/gtest-spi.h>
+
+#include <cstdlib>
+
 #include "tests/support/host_fixture.h"
 
 namespace {
@@ -79,6 +84,14 @@ TEST(Checker, ReportsExactlyTheRuleBroken) {
       host.Release(block);
     });
   }
+}
+
+// The test process notices a host process that ends the way a sanitizer's report ends it
+// (exit status 1) or that crashes; one that throws reports it and ends there.
+TEST(HostProcess, ReportsAndCrashesOfTheHostFailTheCase) {
+  EXPECT_NONFATAL_FAILURE(pixeltest::InChild([] { std::_Exit(1); }), "reported failures (above)");
+  EXPECT_NONFATAL_FAILURE(pixeltest::InChild([] { std::abort(); }), " died: ");
+  EXPECT_NONFATAL_FAILURE(pixeltest::InChild([] { throw std::runtime_error("thrown"); }), "reported failures (above)");
 }
 
 }  // namespace

@@ -14,9 +14,9 @@ fail() {
   failures=$((failures + 1))
 }
 
-# run ARGS…: pixelhost succeeds.
+# run ARGS…: pixelhost succeeds, within two minutes (timeout's status 124 when it doesn't).
 run() {
-  "$pixelhost" "$@" >out.txt 2>err.txt || fail "pixelhost $*: exit $?: $(cat err.txt)"
+  timeout 120 "$pixelhost" "$@" >out.txt 2>err.txt || fail "pixelhost $*: exit $?: $(cat err.txt)"
 }
 
 # expect STATUS MESSAGE ARGS…: pixelhost exits with STATUS and says MESSAGE on stderr.
@@ -24,7 +24,7 @@ expect() {
   status=$1
   message=$2
   shift 2
-  "$pixelhost" "$@" >out.txt 2>err.txt
+  timeout 120 "$pixelhost" "$@" >out.txt 2>err.txt
   got=$?
   [ "$got" -lt 128 ] || fail "pixelhost $*: crashed with signal $((got - 128))"
   [ "$got" -eq "$status" ] || fail "pixelhost $*: exit $got, expected $status; stderr: $(cat err.txt)"
@@ -56,14 +56,23 @@ for png in gray8 gray4 gray_alpha palette rgb16 rgba; do
   same gray.rgb "$png.rgb" "$png.png read as RGB"
 done
 
+# An endless input: the bytes the method reads and no more.
+run to-picture GRAY /dev/zero zero.png --width 10 --height 10
+run to-memory R zero.png zero.r
+head -c 100 /dev/zero >zero.gray
+same zero.gray zero.r "10 x 10 GRAY from an endless input"
+
 # Bad input (tests/data/pixelhost_errors.txt): a clear message and a non-zero exit.
 head -c 100 pixels.rgb >short.rgb
 head -c 120000 /dev/zero >wide.rgb
 set -f
+cases=0
 while IFS='|' read -r status message args; do
   case $status in '#'*) continue ;; esac
   expect "$status" "$message" $args
+  cases=$((cases + 1))
 done <"$data/pixelhost_errors.txt"
+[ "$cases" -gt 0 ] || fail "no case in pixelhost_errors.txt"
 
 echo "$failures failures"
 [ "$failures" -eq 0 ]

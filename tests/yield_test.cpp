@@ -31,8 +31,6 @@ std::vector<bool> Pace(Host& host, int32_t interval, const std::vector<int32_t>&
     const int before = host.CallCount("REALYieldToRB");
     yield(data);
     yielded.push_back(host.CallCount("REALYieldToRB") > before);
-    EXPECT_TRUE(!yielded.back() || Probe<int32_t (*)(void*)>(host, "PixelbridgeProbeYieldLast")(data) == now)
-        << "last is read after the yield";
   }
   Probe<void (*)(void*)>(host, "PixelbridgeProbeFreeYield")(data);
   host.on_yield = nullptr;
@@ -47,8 +45,9 @@ TEST(Yield, TicksAndMillisecondsPaceTheYields) {
     std::vector<bool> yielded;
   };
   const Case cases[] = {
-      // First call yields at once: the last yield is taken to be at 0.
-      {60, {1000, 1030, 1059, 1065, 1120, 1130}, 5, {true, false, false, true, false, true}},
+      // First call yields at once: the last yield is taken to be at 0. The clock is read again
+      // after each yield: the host's time in it doesn't count.
+      {60, {1000, 1030, 1062, 1065, 1120, 1129, 1130}, 5, {true, false, false, true, false, false, true}},
       {1, {5, 5, 6, 6, 8}, 0, {true, false, true, false, true}},
       {10, {10, 19, 20}, 0, {true, false, true}},  // exactly one interval after 0
       {-250, {10000, 10200, 10249, 10250, 10400, 10499}, 0, {true, false, false, true, false, false}},

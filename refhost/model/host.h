@@ -51,6 +51,9 @@ struct HostConfig {
   bool new_pictures_refuse_locks = false;
   // Desktop pictures also lend a true-colour rendering of themselves when asked.
   bool lend_true_color = false;
+  // "memoryBlockGetSize" answers -1, the size of a block made over memory the host didn't
+  // allocate (from an address), which it can't tell.
+  bool unknown_block_sizes = false;
 };
 
 // One exception that the plug-in handed to "RuntimeRaiseException" during a call.

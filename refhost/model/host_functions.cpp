@@ -137,6 +137,7 @@ void* REALMemoryBlockGetPtr(REALmemoryBlockStruct* block) {
 int32_t REALMemoryBlockGetSize(REALmemoryBlockStruct* block) {
   auto* found = H().FindAs<MemoryBlock>(block);
   if (found == nullptr) return 0;
+  if (H().config().unknown_block_sizes) return -1;
   return found->size() > INT32_MAX ? INT32_MAX : static_cast<int32_t>(found->size());
 }
 int32_t REALGetArrayUBound(REALarrayInteger* array) {

@@ -1,10 +1,10 @@
 // Reading and writing pixelhost's files; every failure names the file.
 #include "refhost/pixelhost/files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 
 #if PIXELBRIDGE_WITH_LIBGD
 #include "refhost/model/png_io.h"
@@ -12,14 +12,18 @@
 
 namespace pixelhost {
 
-std::vector<uint8_t> ReadBytes(const std::string& path) {
+std::vector<uint8_t> ReadBytes(const std::string& path, size_t most) {
   std::ifstream in(path, std::ios::binary);
   if (!in) throw Failure("cannot open " + path + ": " + strerror(errno));
-  try {
-    return std::vector<uint8_t>((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  } catch (const std::ios_base::failure&) {  // a directory, for one
-    throw Failure("cannot read " + path + ": " + strerror(errno));
+  std::vector<uint8_t> bytes;
+  char chunk[1 << 16];
+  while (bytes.size() < most) {
+    in.read(chunk, static_cast<std::streamsize>(std::min(sizeof chunk, most - bytes.size())));
+    if (in.gcount() == 0) break;
+    bytes.insert(bytes.end(), chunk, chunk + in.gcount());
   }
+  if (in.bad()) throw Failure("cannot read " + path + ": " + strerror(errno));  // a directory, for one
+  return bytes;
 }
 
 void WriteBytes(const std::string& path, const uint8_t* bytes, size_t size) {

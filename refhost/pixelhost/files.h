@@ -9,7 +9,8 @@
 
 namespace pixelhost {
 
-std::vector<uint8_t> ReadBytes(const std::string& path);
+// The file's bytes, at most `most` of them: an endless input (a device, a pipe) ends there.
+std::vector<uint8_t> ReadBytes(const std::string& path, size_t most = SIZE_MAX);
 void WriteBytes(const std::string& path, const uint8_t* bytes, size_t size);
 // Decimal integers separated by blanks, newlines or commas.
 std::vector<int32_t> ReadIntegers(const std::string& path);

@@ -1,4 +1,5 @@
 // pixelhost to-picture: a raw file through one of the global …toPictureQZV methods into a PNG.
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -38,6 +39,20 @@ void CheckPtrSource(const std::string& layout, const CommandLine& line, size_t a
                   std::to_string(offset));
 }
 
+// The bytes of its source the method reads, and no more of the input, which may be endless
+// (a device): more than a memory block can hold, its size being a 32-bit number to the
+// plug-in, is refused with the picture's size.
+size_t SourceBytes(const std::string& layout, const CommandLine& line, bool fromPtr) {
+  const int32_t width = line.Int("--width", 0), height = line.Int("--height", 0), offset = line.Int("--offset", 0);
+  const int64_t read =
+      refhost::SourceBytesRead(MethodName(layout, fromPtr), offset, width, height, line.Int("--pixel-byte-size", 1));
+  if (read > INT32_MAX)
+    throw Failure("a " + std::to_string(width) + "x" + std::to_string(height) + " " + layout + " picture at offset " +
+                  std::to_string(offset) + " reads " + (read == INT64_MAX ? "more than 2^63" : std::to_string(read)) +
+                  " bytes of its source, more than a memory block holds (2147483647)");
+  return read < 0 ? 0 : static_cast<size_t>(read);  // -1 where the plug-in refuses the arguments
+}
+
 int RunToPicture(const CommandLine& line) {
   const std::string& layout = line.operands()[0];
   if (!IsOneOf(layout, kLayouts)) throw UsageError("unknown layout \"" + layout + "\"; to-picture knows " + kLayouts);
@@ -51,7 +66,7 @@ int RunToPicture(const CommandLine& line) {
   const refhost::RegisteredMethod& method =
       session.Need(MethodName(layout, fromPtr), RequiredParams(layout, line), optional);
 
-  const std::vector<uint8_t> bytes = ReadBytes(line.operands()[1]);
+  const std::vector<uint8_t> bytes = ReadBytes(line.operands()[1], SourceBytes(layout, line, fromPtr));
   if (fromPtr) CheckPtrSource(layout, line, bytes.size());
   refhost::MemoryBlock* block = host.NewMemoryBlock(bytes.size());
   if (!bytes.empty()) memcpy(block->data(), bytes.data(), bytes.size());

@@ -227,7 +227,6 @@ class CallRunner {
       setClock_(now, static_cast<int32_t>(now));
     }
     call.spare = true;
-    call.keepPixels = false;
     // A picture made during a yield belongs to the yielding call's account: only the others are kept.
     call.keepReturned = !nested;
     if (nested) NoteWrites(call);
@@ -256,18 +255,12 @@ class CallRunner {
   }
 
   // A picture is read directly, and locked while a copy reads it, where the host says which
-  // kind it is and the picture lends its pixels as that kind wants them (a bitmap on a desktop
-  // host, a true-colour image or a rendering of one elsewhere); else it may be read through a
+  // kind it is and lends the picture as that kind wants it; else it may be read through a
   // copy the host draws.
   bool ReadDirectly(const refhost::Object* object) const {
     const auto* picture = static_cast<const refhost::Picture*>(object);
-    const refhost::HostConfig& config = host_.config();
-    if (picture == nullptr || picture->setup().refuse_locks || !pixeltest::Answers(config, "pluginObjectType"))
-      return false;
-    const refhost::PictureKind kind = picture->setup().kind;
-    return config.kind == refhost::HostKind::Desktop
-               ? kind == refhost::PictureKind::Bitmap
-               : kind == refhost::PictureKind::TrueColor || config.lend_true_color;
+    return picture != nullptr && pixeltest::Answers(host_.config(), "pluginObjectType") &&
+           pixeltest::LendsDirectly(host_.config(), picture);
   }
 
   // Each copy running holds one pixel lock on each picture it reads directly, on top of

@@ -8,23 +8,28 @@
 namespace pixeltest {
 namespace {
 
-// The lines a copy writes into its block, and where.
+// The lines a copy writes into its block, and where: those its line says it writes, or
+// (for a line without a result, or `asArguments`) those its arguments ask for.
 struct CopyLines {
   int64_t offset, pixelBytes, lineBytes, pitch;
   int32_t first, count;
 };
-CopyLines CopyLinesOf(const BoundCall& bound, const refhost::Picture* receiver, const refhost::Picture* mask) {
+CopyLines CopyLinesOf(const BoundCall& bound, const refhost::Picture* receiver, const refhost::Picture* mask,
+                      bool asArguments = false) {
   const std::string letters = PixelLetters(bound);
   const int64_t pixelBytes = letters.size() == 1 ? bound.Int("PixelByteSize") : int64_t(letters.size());
   const refhost::Picture* measured = mask != nullptr ? mask : receiver;
   const int64_t lineBytes = measured != nullptr ? measured->width() * pixelBytes : 0;
   const Expected& expected = bound.expected;
   const int32_t height = measured != nullptr ? measured->height() : 0;
-  int32_t first = expected.allLines ? 0 : expected.first, last = expected.allLines ? height - 1 : expected.last;
-  if (expected.kind == Expected::kUnchecked) {
+  int32_t first = 0, last = height - 1;
+  if (asArguments || expected.kind == Expected::kUnchecked) {
     // StartLine past the end copies the last line; EndLine -1 or past the end stops there.
     first = std::min(bound.Int("StartLine"), height - 1);
     if (bound.Int("EndLine") >= 0) last = std::min(bound.Int("EndLine"), last);
+  } else if (!expected.allLines) {
+    first = expected.first;
+    last = expected.last;
   }
   return {std::max(bound.Int("offset"), 0),
           pixelBytes,
@@ -34,10 +39,94 @@ CopyLines CopyLinesOf(const BoundCall& bound, const refhost::Picture* receiver, 
           height > 0 && pixelBytes > 0 && first >= 0 ? std::max(last - first + 1, 0) : 0};
 }
 
+int64_t CopyExtent(const CopyLines& lines) { return lines.offset + (lines.count - 1) * lines.pitch + lines.lineBytes; }
+
+bool HasAlpha(const refhost::HostConfig& host, const refhost::PictureSetup& setup) {
+  return setup.has_alpha && Answers(host, "REALGetPropValueBool");
+}
+
+// The host makes new pictures and lends them: on a desktop host, as bitmap contexts of an
+// alpha info read as it is.
+bool NewPicturesOpen(const refhost::HostConfig& host) {
+  const uint32_t format = host.new_picture_alpha_info & 7;
+  return Answers(host, "newPicture") && !host.new_pictures_refuse_locks &&
+         (host.kind != refhost::HostKind::Desktop || (format >= 1 && format <= 6));
+}
+
+// A picture opens: as the host lends it or, read from one that lends no bitmap on a desktop
+// host and has no alpha, through a copy the host draws.
+bool Opens(const refhost::HostConfig& host, const refhost::Picture* picture, bool forReading = true) {
+  const refhost::PictureSetup& setup = picture->setup();
+  if (host.kind != refhost::HostKind::Desktop || (setup.kind == refhost::PictureKind::Bitmap && !setup.refuse_locks))
+    return LendsDirectly(host, picture);
+  return forReading && !HasAlpha(host, setup) && setup.width > 0 && setup.height > 0 &&
+         Answers(host, "REALGetPropValueInt") && NewPicturesOpen(host);
+}
+
+// A conversion writes its destination where the host tells its size, it is large enough and
+// it opens for writing; else a new picture of at most 32767 pixels a side.
+bool Writes(const refhost::HostConfig& host, const BoundCall& bound, const refhost::Picture* dest) {
+  const int32_t width = bound.Int("width"), height = bound.Int("height");
+  if (dest != nullptr && Answers(host, "REALGetPropValueInt") && dest->width() >= width && dest->height() >= height &&
+      Opens(host, dest, false))
+    return true;
+  return width <= 32767 && height <= 32767 && NewPicturesOpen(host);
+}
+
+// The size the host tells of a call's block: -1 where it tells none (for a Ptr, without the
+// function, or for a block of unknown size), 0 where the function fails.
+int64_t ToldSize(const refhost::HostConfig& host, const refhost::MemoryBlock* block, bool ptr) {
+  if (ptr || host.missing.count("memoryBlockGetSize") != 0 || host.unknown_block_sizes) return -1;
+  return host.failing.count("memoryBlockGetSize") != 0 ? 0 : int64_t(block->size());
+}
+
 }  // namespace
 
 bool Answers(const refhost::HostConfig& host, const char* function) {
   return host.missing.count(function) == 0 && host.failing.count(function) == 0;
+}
+
+bool LendsDirectly(const refhost::HostConfig& host, const refhost::Picture* picture) {
+  const refhost::PictureSetup& setup = picture->setup();
+  if (setup.refuse_locks) return false;
+  if (host.kind != refhost::HostKind::Desktop)
+    return setup.kind == refhost::PictureKind::TrueColor ? !setup.palette && setup.true_color_flag
+                                                         : host.lend_true_color && setup.width > 0 && setup.height > 0;
+  const uint32_t format = setup.alpha_info & 7;
+  return setup.kind == refhost::PictureKind::Bitmap && setup.bits_per_component == 8 && format >= 1 &&
+         format <= (HasAlpha(host, setup) ? 2u : 6u);
+}
+
+std::optional<bool> MustSucceed(const refhost::HostConfig& host, const BoundCall& bound, const CallObjects& objects) {
+  // Arguments every call refuses: a nil object, a negative offset, sizes below 1, bad lines.
+  const auto below = [&](const char* param, int32_t least) { return bound.Takes(param) && bound.Int(param) < least; };
+  if (objects.block == nullptr || below("offset", 0) || below("PixelByteSize", 1) || below("width", 1) ||
+      below("height", 1) || below("DestRowBytes", 0) || below("StartLine", 0) || below("EndLine", -1) ||
+      (bound.copy && (objects.receiver == nullptr || (bound.Takes("MaskForAlpha") && objects.mask == nullptr))))
+    return false;
+  // A host that can't hold pictures, lock them, or give the block's address.
+  const bool ptr = bound.Takes("source") && bound.params[size_t(bound.Index("source"))].type == refhost::ParamType::Ptr;
+  for (const char* needed : {"REALLockObject", "REALUnlockObject", "unlockPictureDescription"})
+    if (host.missing.count(needed) != 0) return false;
+  if (!Answers(host, "REALLockPictureDescription") || (!ptr && !Answers(host, "memoryBlockGetPtr"))) return false;
+  // A block whose size the host tells, too small for the bytes the call reaches.
+  const CopyLines lines = CopyLinesOf(bound, objects.receiver, objects.mask, true);
+  const int64_t reaches = bound.copy ? (lines.count > 0 ? CopyExtent(lines) : 0)
+                                     : refhost::SourceBytesRead(bound.name, bound.Int("offset"), bound.Int("width"),
+                                                                bound.Int("height"), bound.Int("PixelByteSize"));
+  const int64_t told = ToldSize(host, objects.block, ptr);
+  if (told >= 0 && reaches > told) return false;
+  // What opens depends on the calls before, until a host that doesn't say its kind learns it
+  // from a lock.
+  if (!Answers(host, "pluginObjectType") ||
+      (host.kind != refhost::HostKind::Desktop && host.extra_classes.count("Application") != 0))
+    return std::nullopt;
+  const bool opens = bound.copy
+                         ? Opens(host, objects.receiver) && (objects.mask == nullptr || Opens(host, objects.mask))
+                         : Writes(host, bound, objects.dest);
+  if (!opens) return false;
+  // Bytes past a block whose size the host doesn't tell, or past a Ptr, are the caller's account.
+  return reaches <= int64_t(objects.block->size()) ? std::optional<bool>(true) : std::nullopt;
 }
 
 bool DrawnBlank(const refhost::HostConfig& host, const refhost::Picture* picture) {
@@ -76,7 +165,7 @@ int64_t BlockBytesNeeded(const BoundCall& bound, const refhost::Picture* receive
     return read >= 0 && read < (int64_t{1} << 32) ? read : 16;
   }
   const CopyLines lines = CopyLinesOf(bound, receiver, mask);
-  return lines.count > 0 ? lines.offset + (lines.count - 1) * lines.pitch + lines.lineBytes : 16;
+  return lines.count > 0 ? CopyExtent(lines) : 16;
 }
 
 std::vector<uint8_t> ExpectedCopy(const BoundCall& bound, const CallObjects& objects, std::vector<uint8_t> bytes) {

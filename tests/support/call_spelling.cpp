@@ -75,6 +75,7 @@ refhost::HostConfig ParseHost(const std::string& line, const std::string& plugin
     else if (key == "no-draw") config.no_draw_method = true;
     else if (key == "lend") config.lend_true_color = true;
     else if (key == "refuse-new") config.new_pictures_refuse_locks = true;
+    else if (key == "unknown-size") config.unknown_block_sizes = true;
     else throw std::invalid_argument("host option " + words[i]);
   }
   return config;

@@ -114,6 +114,7 @@ void ForEachKernelChoice(const std::function<void()>& body) {
   WithHost(
       ProbeConfig(), [&](refhost::Host& host) { choices = KernelChoices(Probe<ChooseKernels>(host, kChooseAs)); },
       false);
+  if (choices.empty()) ADD_FAILURE() << "no choice of kernels to run the methods through";
   for (const KernelChoice& choice : choices) {
     SCOPED_TRACE(choice.Name());
     gChoice = choice;
@@ -150,6 +151,7 @@ void ExpectCaseTable(const std::string& plugin) {
     if (lines[i].rfind("host ", 0) == 0) hosts.emplace_back();
     hosts.back().push_back(i);
   }
+  if (hosts.empty()) ADD_FAILURE() << "calls.txt holds no host line";
   const bool probe = plugin == PIXELBRIDGE_PROBE;
   const auto run = [&](const std::vector<size_t>& host, refhost::Host& on) {
     if (probe) Probe<void (*)(uint32_t, int32_t)>(on, "PixelbridgeProbeSetClock")(100000, 100000);

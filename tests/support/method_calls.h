@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -41,7 +42,6 @@ struct MethodCall {
   std::unordered_map<std::string, refhost::Object*> objects;  // arguments given as objects, by name
   bool spare = false;         // arguments the method doesn't take are left out, not an error
   bool shared = false;        // calls run during it write its objects (set before it ends)
-  bool keepPixels = true;     // the outcome keeps the returned picture's pixels
   bool keepReturned = false;  // a new picture returned stays with the caller, who releases it
   bool clockSet = true;       // the plug-in reads the test's clock: how often it yields is known
 };
@@ -52,11 +52,11 @@ MethodCall ParseCall(const std::string& line);
 struct CallOutcome {
   refhost::CallResult result;
   bool failed = true;
-  std::string exception;       // "Class: message", empty for none
-  std::vector<uint8_t> bytes;  // the block after the call, the pixels of the picture returned
+  std::string exception;  // "Class: message", empty for none
   // What it broke of the rules of every call (documented exceptions only, a failure result
-  // with each, nothing written when it failed nor before the offset, a returned picture of
-  // the size asked for) and of what it must give, with its references and locks.
+  // with each, nothing written when it failed nor before the offset, success or failure
+  // where the oracle says, a returned picture of the size asked for) and of what it must
+  // give, with its references and locks.
   std::vector<std::string> broken;
   refhost::Picture* kept = nullptr;  // the new picture returned, when the call keeps it
 };
@@ -129,6 +129,14 @@ CallObjects MakeObjects(refhost::Host& host, const BoundCall& bound);
 
 // The oracle. Whether the host has `function` and it answers.
 bool Answers(const refhost::HostConfig& host, const char* function);
+// Whether the host lends a picture as the plug-in opens it directly (no drawn copy): on a
+// desktop host a bitmap context of 32 bits read as it is (premultiplied where the host tells
+// of alpha), elsewhere a true-colour image or a rendering of one.
+bool LendsDirectly(const refhost::HostConfig& host, const refhost::Picture* picture);
+// Whether the call must succeed (good arguments, on a host that gives what they need, with
+// pictures it can open) or fail (arguments every call refuses, or a host function it needs
+// and the host can't give); none where the oracle can't know.
+std::optional<bool> MustSucceed(const refhost::HostConfig& host, const BoundCall& bound, const CallObjects& objects);
 // A picture that can't lend a bitmap (and has no alpha channel the host tells of) is read on
 // a host not known to be a console one through a copy that the host draws, or fills with the
 // rows both lend; where it can do neither, the copy stays as the host made it.

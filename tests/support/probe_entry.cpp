@@ -103,7 +103,6 @@ PROBE void PixelbridgeProbeReset() {
 
 PROBE YieldData* PixelbridgeProbeNewYield(int32_t interval) { return new YieldData(interval); }
 PROBE void PixelbridgeProbeDoYield(YieldData* data) { data->DoYield(); }
-PROBE int32_t PixelbridgeProbeYieldLast(const YieldData* data) { return data->last; }
 PROBE void PixelbridgeProbeFreeYield(YieldData* data) { delete data; }
 
 PROBE RecordWord* PixelbridgeProbeFixProperties(const REALproperty* list, intptr_t count) {
