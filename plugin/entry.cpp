@@ -66,7 +66,6 @@ RecordWord* CutRecords(const void* list, intptr_t count, size_t fromWords, size_
 }
 
 constexpr size_t kVersion9WordsPerProperty = 10;
-constexpr size_t kVersion9WordsPerMethod = 4;
 
 RecordWord* CutProperties(const REALproperty* list, intptr_t count, bool* failed) {
   return CutRecords(list, count, kWordsPerProperty, kVersion9WordsPerProperty, failed);

@@ -57,6 +57,13 @@ constexpr size_t kWordsPerMethod = sizeof(REALmethodDefinition) / sizeof(RecordW
 constexpr size_t kWordsPerProperty = sizeof(REALproperty) / sizeof(RecordWord);
 constexpr size_t kWordsPerClass = sizeof(REALclassDefinition) / sizeof(RecordWord);
 static_assert(kWordsPerMethod == 6 && kWordsPerProperty == 12 && kWordsPerClass == 25, "records are whole words");
+// Version-9 hosts take method records of four words: the first four of the six, which hold
+// everything a host reads (the function, the declaration and the flags).
+constexpr size_t kVersion9WordsPerMethod = 4;
+static_assert(offsetof(REALmethodDefinition, flags) < kVersion9WordsPerMethod * sizeof(RecordWord),
+              "a version-9 method record holds the flags");
+// The words each method record takes in the lists of a class record of this version.
+constexpr size_t WordsPerMethod(RecordWord version) { return version == 9 ? kVersion9WordsPerMethod : kWordsPerMethod; }
 static_assert(offsetof(REALclassDefinition, methods) == 9 * sizeof(RecordWord) &&
                   offsetof(REALclassDefinition, flags) == 20 * sizeof(RecordWord) &&
                   offsetof(REALclassDefinition, secondMethodCount) == 24 * sizeof(RecordWord),

@@ -8,8 +8,8 @@
 #include <map>
 #include <regex>
 
-#include "refhost/macho_file.h"
-#include "refhost/system.h"
+#include "refhost/system/macho/macho_file.h"
+#include "refhost/system/system.h"
 #include "tests/support/host_fixture.h"
 
 using refhost::macho::Cpu;
@@ -173,7 +173,7 @@ std::string BrokenBundle() {
       return symbol.name.find("9MapPixels") != std::string::npos;
     });
     EXPECT_NE(plainRow, slice.symbols.end());
-    const uint64_t at = slice.fileOffset + slice.FileOffsetOf(plainRow->address);
+    const uint64_t at = slice.fileOffset + slice.FileOffsetOf(plainRow->address).value();
     std::copy(ret.begin(), ret.end(), bundle.begin() + static_cast<ptrdiff_t>(at));
   }
   return WriteFile("broken.bundle", bundle);

@@ -7,7 +7,7 @@
 #include <iterator>
 
 #if PIXELBRIDGE_WITH_LIBGD
-#include "refhost/png_io.h"
+#include "refhost/model/png_io.h"
 #endif
 
 namespace pixelhost {

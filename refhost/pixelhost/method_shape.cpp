@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "refhost/method_names.h"
+#include "refhost/model/method_names.h"
 #include "refhost/pixelhost/session.h"
 
 namespace pixelhost {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "refhost/host.h"
+#include "refhost/model/host.h"
 
 namespace pixelhost {
 

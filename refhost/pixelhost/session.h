@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "refhost/host.h"
+#include "refhost/model/host.h"
 #include "refhost/pixelhost/command_line.h"
 
 namespace pixelhost {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "refhost/pictures.h"
+#include "refhost/model/pictures.h"
 
 namespace pixelhost {
 

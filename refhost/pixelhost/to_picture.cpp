@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "refhost/method_names.h"
+#include "refhost/model/method_names.h"
 #include "refhost/pixelhost/commands.h"
 #include "refhost/pixelhost/files.h"
 

@@ -19,8 +19,8 @@
 #include <unordered_map>
 
 #include "host/host_function_list.h"
-#include "refhost/method_names.h"
-#include "refhost/system.h"
+#include "refhost/model/method_names.h"
+#include "refhost/system/system.h"
 #include "tests/support/method_calls.h"
 
 using refhost::ParamType;

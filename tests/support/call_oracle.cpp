@@ -2,7 +2,7 @@
 // from the methods' names, the lines, pitches, tints and tables the README describes.
 #include <algorithm>
 
-#include "refhost/method_names.h"
+#include "refhost/model/method_names.h"
 #include "tests/support/method_calls.h"
 
 namespace pixeltest {

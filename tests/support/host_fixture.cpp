@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "refhost/system.h"
+#include "refhost/system/system.h"
 #include "tests/support/last_words.h"
 
 // Every AddressSanitizer build checks each host process for leaks.

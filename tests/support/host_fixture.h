@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "refhost/host.h"
+#include "refhost/model/host.h"
 #include "tests/support/method_calls.h"
 
 namespace pixeltest {

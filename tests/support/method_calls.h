@@ -15,7 +15,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "refhost/host.h"
+#include "refhost/model/host.h"
 
 namespace pixeltest {
 
