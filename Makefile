@@ -3,13 +3,14 @@ JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 600
 
 # The trees `make test` builds and tests, in this order. A tree is build/NAME/, configured
-# from cmake/toolchains/NAME.cmake where there is one (native and macrun have none). win64's
-# programs run under Wine, and win32's in Wine's WoW64 mode (32-bit code in a 64-bit Wine
-# process); winarm64's (Windows on ARM64) are built and checked, not run; macOS's plug-in and
-# test probe are built and checked, its programs compiled; macrun, the Mac run tree, runs the
-# reference host's tests, pixelhost and the corpus replay on this machine against each slice
-# of macOS's bundles (x86_64 on this processor, arm64 emulated by Unicorn).
-TREES := native i386 aarch64 armhf clang win64 win32 winarm64 macos macrun
+# from cmake/toolchains/NAME.cmake where there is one (native and the run trees have none).
+# win64's programs run under Wine, and win32's in Wine's WoW64 mode (32-bit code in a 64-bit
+# Wine process); winarm64's (Windows on ARM64) are built and checked; macOS's plug-in and test
+# probe are built and checked, its programs compiled. The run trees run the reference host's
+# tests, pixelhost and the corpus replay on this machine against another tree's plug-in: macrun
+# against each slice of macOS's bundles (x86_64 on this processor, arm64 emulated by Unicorn),
+# winarm64run against winarm64's DLLs (on the same emulated processor).
+TREES := native i386 aarch64 armhf clang win64 win32 winarm64 winarm64run macos macrun
 
 # What each tree needs from Debian, and no more (asan: the native tree with the sanitizers;
 # fuzz: clang and libFuzzer; format: the style check). libclang-rt-14-dev brings the header
@@ -32,6 +33,7 @@ PACKAGES_winarm64 := cmake clang llvm npm googletest libclang-rt-14-dev
 # bundle's arm64 slice in macrun, the tree that runs what macos built.
 PACKAGES_macos := cmake clang lld llvm npm googletest libclang-rt-14-dev libunicorn-dev
 PACKAGES_macrun := $(PACKAGES_native) libunicorn-dev qemu-user
+PACKAGES_winarm64run := $(PACKAGES_native) libunicorn-dev
 PACKAGES_asan := $(PACKAGES_native)
 PACKAGES_fuzz := cmake clang libclang-rt-14-dev libgd-dev
 PACKAGES_format := clang-format
@@ -40,6 +42,7 @@ PACKAGES_dist := zip unzip llvm
 # Options of trees beyond their toolchain file.
 OPTIONS_asan := -DPIXELBRIDGE_SANITIZE=ON
 OPTIONS_macrun := -DPIXELBRIDGE_MAC_TREE=$(CURDIR)/build/macos
+OPTIONS_winarm64run := -DPIXELBRIDGE_WINARM64_TREE=$(CURDIR)/build/winarm64
 OPTIONS_fuzz := -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/clang.cmake -DPIXELBRIDGE_FUZZ=ON -DPIXELBRIDGE_TESTS=OFF
 
 # Wine now and then ends a test program with a failing status after all its cases passed, so
@@ -79,8 +82,9 @@ build/%/CMakeCache.txt: | deps-%
 $(TREES): %: deps-% build/%/CMakeCache.txt
 	cmake --build build/$* -j$(JOBS)
 
-# The Mac run tree runs the macOS tree's bundles.
+# The run trees run the DLLs and bundles other trees built.
 macrun: macos
+winarm64run: winarm64
 
 $(addprefix test-,$(TREES)): test-%: %
 	ctest --test-dir build/$* --output-on-failure -j$(JOBS) $(CTEST_$*)

@@ -1,25 +1,22 @@
 // The Mac run tree's own: the runner that loads a slice of the Mac bundle refuses what it
 // can't load with a message naming it, reports a fault of the slice's code with where it
 // was, and a bundle with one instruction changed in each slice fails the case table.
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <regex>
 
 #include "refhost/system/macho/macho_file.h"
 #include "refhost/system/system.h"
-#include "tests/support/host_fixture.h"
+#include "tests/support/runner_checks.h"
 
+using pixeltest::ReadFile;
 using refhost::macho::Cpu;
 
 namespace {
-
-std::vector<uint8_t> ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 Cpu SliceUnderTest() {
   const char* slice = getenv("PIXELHOST_MAC_SLICE");
@@ -28,14 +25,11 @@ Cpu SliceUnderTest() {
 
 // A file of the test's own: each slice's test runs beside the other's.
 std::string TestFile(const std::string& name) {
-  return testing::TempDir() + "pixelbridge-" + refhost::macho::CpuName(SliceUnderTest()) + "-" + name;
+  return std::string("pixelbridge-") + refhost::macho::CpuName(SliceUnderTest()) + "-" + name;
 }
 
 std::string WriteFile(const std::string& name, const std::vector<uint8_t>& bytes) {
-  const std::string path = TestFile(name);
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-  return path;
+  return pixeltest::WriteFile(TestFile(name), bytes);
 }
 
 refhost::macho::Slice SliceOf(const std::vector<uint8_t>& file, Cpu cpu) {
@@ -134,23 +128,8 @@ TEST(MacBundle, WhatTheRunnerCantLoadIsRefusedByName) {
 // A conversion reads its source from a wild Ptr: the host process dies, and says first which
 // slice faulted, on what, and where in the image.
 TEST(MacBundle, FaultsNameTheSliceTheAddressAndTheSymbol) {
-  const std::string declaration = pixeltest::DeclarationOf(30);  // PtrRGBtoPictureQZV(source as Ptr, …)
-  ASSERT_EQ(declaration.rfind("PtrRGBtoPictureQZV(source as Ptr", 0), 0u);
   for (const bool guardPage : {false, true}) {
-    const std::string log = TestFile("fault.txt");
-    const refhost::os::ProcessEnd end = refhost::os::RunChild(0, "", [&] {
-      if (freopen(log.c_str(), "w", stderr) == nullptr) return 1;
-      pixeltest::WithHost(pixeltest::PluginConfig(), [&](refhost::Host& host) {
-        refhost::MemoryBlock* block = host.NewMemoryBlock(64);
-        void* source = guardPage ? block->data() + 64 : reinterpret_cast<void*>(0x100);
-        host.Call(declaration, {refhost::Arg::Ptr(source), 0, 16, 16});
-      });
-      return 0;
-    });
-    EXPECT_EQ(end.died, "signal 11");
-    const std::vector<uint8_t> text = ReadFile(log);
-    std::remove(log.c_str());
-    const std::string report(text.begin(), text.end());
+    const std::string report = pixeltest::WildPtrFaultReport(guardPage, testing::TempDir() + TestFile("fault.txt"));
     const std::string expected = std::string("the ") + refhost::macho::CpuName(SliceUnderTest()) +
                                  " slice of .*pixelbridge.bundle faulted: .* at 0x[0-9a-f]+, " +
                                  (guardPage ? "an inaccessible page \\(a guard page\\)" : "a null pointer") +
@@ -179,16 +158,9 @@ std::string BrokenBundle() {
   return WriteFile("broken.bundle", bundle);
 }
 
-// The case table runs in a process of its own, whose failures (not shown) are its exit status.
 TEST(MacBundle, OneInstructionChangedFailsTheCaseTable) {
   const std::string broken = BrokenBundle();
-  const refhost::os::ProcessEnd end = refhost::os::RunChild(0, "", [&] {
-    if (freopen("/dev/null", "w", stdout) == nullptr) return 2;
-    pixeltest::ExpectCaseTable(broken);
-    return testing::Test::HasFailure() ? 1 : 0;
-  });
-  EXPECT_EQ(end.died, "");
-  EXPECT_EQ(end.status, 1) << "the case table passed on " << broken;
+  EXPECT_EQ(pixeltest::CaseTableStatus(broken), 1) << "the case table passed on " << broken;
   std::remove(broken.c_str());
 }
 

@@ -25,10 +25,13 @@ constexpr uint64_t kEmulatorPage = 0x1000;  // the emulator maps whole pages of 
 constexpr uint64_t kLendBytes = 1 << 20;
 using os::RoundUp;
 
+// The bytes an argument of `bytes` takes on the stack under `convention`.
+uint64_t StackSlot(Convention convention, uint64_t bytes) { return convention == Convention::kWindows ? 8 : bytes; }
+
 }  // namespace
 
-std::unique_ptr<Arm64Machine> Arm64Machine::Start(const std::string& bundle, std::string* error) {
-  std::unique_ptr<Arm64Machine> machine(new Arm64Machine(bundle));
+std::unique_ptr<Arm64Machine> Arm64Machine::Start(const std::string& what, Convention convention, std::string* error) {
+  std::unique_ptr<Arm64Machine> machine(new Arm64Machine(what, convention));
   Arm64Machine& m = *machine;
   uc_err err = uc_open(UC_ARCH_ARM64, UC_MODE_ARM, &m.uc_);
   if (err == UC_ERR_OK) err = uc_ctl_set_cpu_model(m.uc_, UC_CPU_ARM64_MAX);
@@ -70,6 +73,15 @@ bool Arm64Machine::Load(const GuestImage& image, std::string* error) {
   return mapped >= base + image.size() || Map(mapped, base + image.size() - mapped, UC_PROT_READ, error);
 }
 
+bool Arm64Machine::Share(uint8_t* pages, uint64_t bytes, std::string* error) {
+  return Map(reinterpret_cast<uint64_t>(pages), RoundUp(bytes, kEmulatorPage), UC_PROT_READ | UC_PROT_WRITE, error);
+}
+
+void Arm64Machine::StackBounds(uint64_t* limit, uint64_t* base) const {
+  *limit = reinterpret_cast<uint64_t>(stack_);
+  *base = *limit + kStackBytes;
+}
+
 bool Arm64Machine::Map(uint64_t address, uint64_t bytes, uint32_t protection, std::string* error) {
   const uc_err err = uc_mem_map_ptr(uc_, address, bytes, protection, reinterpret_cast<void*>(address));
   if (err != UC_ERR_OK) *error = std::string("the emulator can't map the image: ") + uc_strerror(err);
@@ -105,11 +117,12 @@ void Arm64Machine::ReturnDouble(double value) {
 
 uint64_t GuestArguments::Next(int bytes) {
   if (register_ < 8) return machine_.Register(UC_ARM64_REG_X0 + register_++);
-  stack_ = RoundUp(stack_, static_cast<uint64_t>(bytes));
+  const uint64_t slot = StackSlot(machine_.convention(), static_cast<uint64_t>(bytes));
+  stack_ = RoundUp(stack_, slot);
   uint64_t value = 0;
   memcpy(&value, reinterpret_cast<const void*>(machine_.Register(UC_ARM64_REG_SP) + stack_),
          static_cast<size_t>(bytes));
-  stack_ += static_cast<uint64_t>(bytes);
+  stack_ += slot;
   return value;
 }
 
@@ -126,15 +139,18 @@ uint64_t Arm64Machine::Call(uint64_t function, const uint64_t* words, const uint
     uc_context_save(uc_, caller);
     sp = Register(UC_ARM64_REG_SP) - kRedZone;
   }
-  // Arguments past the eighth on the stack, each at its size and alignment.
+  // Arguments past the eighth on the stack, each in its slot (its size and alignment on Apple's).
   uint64_t stackBytes = 0;
-  for (int i = 8; i < count; ++i) stackBytes = RoundUp(stackBytes, sizes[i]) + sizes[i];
+  for (int i = 8; i < count; ++i) {
+    const uint64_t slot = StackSlot(convention_, sizes[i]);
+    stackBytes = RoundUp(stackBytes, slot) + slot;
+  }
   sp = (sp - stackBytes) & ~uint64_t{15};
   uint64_t offset = 0;
   for (int i = 8; i < count; ++i) {
-    offset = RoundUp(offset, sizes[i]);
+    offset = RoundUp(offset, StackSlot(convention_, sizes[i]));
     memcpy(reinterpret_cast<void*>(sp + offset), &words[i], sizes[i]);
-    offset += sizes[i];
+    offset += StackSlot(convention_, sizes[i]);
   }
   for (int i = 0; i < count && i < 8; ++i) {
     // The caller extends arguments narrower than 32 bits to 32.
@@ -145,6 +161,7 @@ uint64_t Arm64Machine::Call(uint64_t function, const uint64_t* words, const uint
   uc_reg_write(uc_, UC_ARM64_REG_LR, &exit);
   uc_reg_write(uc_, UC_ARM64_REG_FP, &frame);
   uc_reg_write(uc_, UC_ARM64_REG_SP, &sp);
+  if (convention_ == Convention::kWindows) uc_reg_write(uc_, UC_ARM64_REG_X18, &platform_register_);
   ++depth_;
   const uc_err err = uc_emu_start(uc_, function, exit, 0, 0);
   --depth_;
@@ -225,11 +242,20 @@ void Arm64Machine::Fault(int error) {
     what += address + std::string(DescribeFaultAddress(fault_address_));
   }
   const std::string where = image_ != nullptr ? image_->Describe(pc) : "";
-  fprintf(stderr, "pixelhost: the arm64 slice of %s faulted: %s; pc 0x%llx%s%s\n", bundle_.c_str(), what.c_str(),
+  fprintf(stderr, "pixelhost: %s faulted: %s; pc 0x%llx%s%s\n", what_.c_str(), what.c_str(),
           static_cast<unsigned long long>(pc), where.empty() ? " (outside the image)" : ", ", where.c_str());
   fflush(stderr);
   signal(SIGSEGV, SIG_DFL);
   raise(SIGSEGV);
+  abort();
+}
+
+void Arm64Machine::Abandon(const std::string& why) {
+  const uint64_t caller = Register(UC_ARM64_REG_LR);
+  const std::string where = image_ != nullptr ? image_->Describe(caller) : "";
+  fprintf(stderr, "pixelhost: %s %s; called from 0x%llx%s%s\n", what_.c_str(), why.c_str(),
+          static_cast<unsigned long long>(caller), where.empty() ? " (outside the image)" : ", ", where.c_str());
+  fflush(stderr);
   abort();
 }
 

@@ -1,5 +1,5 @@
-// Native functions called from the emulated arm64 slice by their C types alone: each argument
-// read where Apple's convention passes its type, the result left where it returns it. One
+// Native functions called from the emulated arm64 image by their C types alone: each argument
+// read where the machine's convention passes its type, the result left where it returns it. One
 // template serves every import and host function, so no signature is written twice.
 #pragma once
 
@@ -40,6 +40,19 @@ void CallNative(Arm64Machine& machine, void* native) {
 template <typename R, typename... A>
 constexpr StubHandler HandlerFor(R (*)(A...)) {
   return &CallNative<R, A...>;
+}
+
+// What this process serves for an import of an image.
+struct ServedImport {
+  void* address = nullptr;        // the function, or the datum the image reads
+  StubHandler handler = nullptr;  // for a function: how a stub calls it from the guest
+  bool keepsMappings = false;     // it maps and frees nothing
+};
+
+// A native function served as an import, bridged by its C type.
+template <typename R, typename... A>
+ServedImport Served(R (*function)(A...), bool keepsMappings = true) {
+  return {reinterpret_cast<void*>(function), HandlerFor(function), keepsMappings};
 }
 
 }  // namespace refhost::arm64

@@ -102,17 +102,15 @@ alignas(16) uint64_t gTypeInfoVtables[2][8];  // only type information reads the
 struct Row {
   const char* symbol;
   std::optional<Cpu> only;  // the slice that imports it so, or both
-  void* address;
-  arm64::StubHandler handler;  // null for a datum
-  bool keepsMappings;
+  ServedImport served;      // a datum has no handler
 };
 
 template <typename R, typename... A>
 Row Function(const char* symbol, R (*function)(A...), bool keepsMappings = true,
              std::optional<Cpu> only = std::nullopt) {
-  return {symbol, only, reinterpret_cast<void*>(function), arm64::HandlerFor(function), keepsMappings};
+  return {symbol, only, arm64::Served(function, keepsMappings)};
 }
-Row Datum(const char* symbol, void* address) { return {symbol, std::nullopt, address, nullptr, true}; }
+Row Datum(const char* symbol, void* address) { return {symbol, std::nullopt, {address, nullptr, true}}; }
 
 const Row* Rows(size_t* count) {
   static const Row kRows[] = {
@@ -167,7 +165,7 @@ bool FindImport(const std::string& symbol, Cpu cpu, ServedImport* served) {
   for (size_t i = 0; i < count; ++i) {
     const Row& row = rows[i];
     if (symbol != row.symbol || (row.only && *row.only != cpu)) continue;
-    *served = {row.address, row.handler, row.keepsMappings};
+    *served = row.served;
     return true;
   }
   return false;

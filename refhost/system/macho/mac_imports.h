@@ -5,16 +5,12 @@
 
 #include <string>
 
-#include "refhost/system/arm64/arm64_machine.h"
+#include "refhost/system/arm64/guest_bridges.h"
 #include "refhost/system/macho/macho_file.h"
 
 namespace refhost::macho {
 
-struct ServedImport {
-  void* address = nullptr;               // the function, or the datum the slice reads
-  arm64::StubHandler handler = nullptr;  // for a function: how a stub calls it from the arm64 slice
-  bool keepsMappings = false;            // it maps and frees nothing
-};
+using arm64::ServedImport;
 
 // The import `symbol` of a slice for `cpu`, or false when this process doesn't serve it.
 bool FindImport(const std::string& symbol, Cpu cpu, ServedImport* served);

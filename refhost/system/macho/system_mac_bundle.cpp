@@ -81,7 +81,9 @@ LoadedSlice* Load(const std::string& path, Cpu cpu, std::string* error) {
   }
   auto loaded = std::make_unique<LoadedSlice>();
   loaded->bundle = path;
-  if (cpu == Cpu::kArm64 && (loaded->machine = arm64::Arm64Machine::Start(path, error)) == nullptr) return nullptr;
+  if (cpu == Cpu::kArm64 && (loaded->machine = arm64::Arm64Machine::Start("the arm64 slice of " + path,
+                                                                          arm64::Convention::kApple, error)) == nullptr)
+    return nullptr;
   const std::vector<std::string> libraries = slice.libraries;
   const auto bind = [&](const macho::Bind& bind, uint64_t* address, std::string* why) {
     macho::ServedImport served;
