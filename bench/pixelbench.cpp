@@ -1,45 +1,35 @@
 // pixelbench: every method, called through the reference host as a user program would,
 // timed against memcpy of its bytes and the nearest conversion of the reference library.
-#include <gd.h>
-#include <gdfonts.h>
-#include <gdfontt.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "bench/host_calls.h"
 #include "bench/subjects.h"
+#include "bench/timings.h"
 #include "platform/cpu.h"
 #include "rows/row_converter.h"
 
 namespace {
 
-struct Size {
-  int32_t width, height;
-};
-
-// Best and median of one thing's rounds, in nanoseconds per call.
-struct Times {
-  double best = 0, median = 0;
-};
+using bench::Row;
+using bench::Size;
+using bench::Times;
 
 Times Summarise(std::vector<double> values) {
   std::sort(values.begin(), values.end());
   return {values.front(), values[values.size() / 2]};
 }
 
-struct Row {
-  std::string layout;
-  Size size;
-  Times method, copy, nearest;  // nearest: zero when there is none
-  std::string nearestName;
-};
+// How long a round lasts, in nanoseconds: 2 ms unless --round-ms says otherwise.
+double gRoundNs = 2e6;
 
-// Nanoseconds per call of `f`, over enough calls to last about two milliseconds.
+// Nanoseconds per call of `f`, over `calls` calls.
 template <typename F>
 double PerCall(F&& f, int calls) {
   const auto start = std::chrono::steady_clock::now();
@@ -50,66 +40,97 @@ double PerCall(F&& f, int calls) {
 template <typename F>
 int CallsFor(F&& f) {
   const double once = std::max(PerCall(f, 1), PerCall(f, 1));
-  return static_cast<int>(std::clamp(2e6 / std::max(once, 1.0), 1.0, 200000.0));
+  return static_cast<int>(std::clamp(gRoundNs / std::max(once, 1.0), 1.0, 200000.0));
 }
 
 // The method, memcpy and the nearest conversion (when there is one) timed in turn, round
-// after round, each round long enough to read the clock well.
+// after round, each round long enough to read the clock well; with the method's host calls
+// (when given) made alone, and walked without calling the host (the replay's own work).
 template <typename M, typename C, typename N>
 Row TimeAlternating(std::string layout, Size size, M&& method, C&& copy, N&& nearest, bool withNearest,
-                    std::string nearestName, int rounds) {
+                    std::string nearestName, int rounds, const bench::HostCalls* hostCalls = nullptr) {
+  auto replay = [hostCalls] { hostCalls->Replay(); };
+  auto walk = [hostCalls] { hostCalls->Walk(); };
   const int methodCalls = CallsFor(method), copyCalls = CallsFor(copy);
   const int nearestCalls = withNearest ? CallsFor(nearest) : 0;
-  std::vector<double> methodTimes, copyTimes, nearestTimes;
+  const int replayCalls = hostCalls != nullptr ? CallsFor(replay) : 0;
+  const int walkCalls = hostCalls != nullptr ? CallsFor(walk) : 0;
+  std::vector<double> methodTimes, copyTimes, nearestTimes, replayTimes, walkTimes;
   for (int round = 0; round < rounds; ++round) {
     methodTimes.push_back(PerCall(method, methodCalls));
     copyTimes.push_back(PerCall(copy, copyCalls));
     if (withNearest) nearestTimes.push_back(PerCall(nearest, nearestCalls));
+    if (hostCalls == nullptr) continue;
+    replayTimes.push_back(PerCall(replay, replayCalls));
+    walkTimes.push_back(PerCall(walk, walkCalls));
   }
-  return {std::move(layout),
-          size,
-          Summarise(methodTimes),
-          Summarise(copyTimes),
-          withNearest ? Summarise(nearestTimes) : Times{},
-          std::move(nearestName)};
+  Row row;
+  row.layout = std::move(layout), row.size = size, row.nearestName = std::move(nearestName);
+  row.method = Summarise(methodTimes), row.copy = Summarise(copyTimes);
+  if (withNearest) row.nearest = Summarise(nearestTimes);
+  if (hostCalls != nullptr) {
+    const Times replayed = Summarise(replayTimes), walked = Summarise(walkTimes);
+    row.hostCalls = hostCalls->size();
+    row.host = {replayed.best - walked.best, replayed.median - walked.median};
+  }
+  return row;
+}
+
+// Best and median times, the plug-in's own time, then the ratios to memcpy, to libyuv, and
+// to libyuv and the method's host calls made alone.
+void PrintHeader(Size size) {
+  printf("\n%-31s %8s %8s %5s %7s %6s %6s %8s %11s %8s %11s %6s\n",
+         (std::to_string(size.width) + "x" + std::to_string(size.height)).c_str(), "best", "median", "calls", "host",
+         "own", "median", "memcpy", "/memcpy", "libyuv", "/libyuv", "/l+h");
 }
 
 void PrintRow(const Row& row) {
-  printf("%-32s %9.0f %9.0f %9.0f %9.0f %5.2f %5.2f", row.layout.c_str(), row.method.best, row.method.median,
-         row.copy.best, row.copy.median, row.method.best / row.copy.best, row.method.median / row.copy.median);
-  if (row.nearest.best > 0)
-    printf(" %9.0f %9.0f %5.2f %5.2f  %s", row.nearest.best, row.nearest.median, row.method.best / row.nearest.best,
-           row.method.median / row.nearest.median, row.nearestName.c_str());
+  printf("%-31s %8.0f %8.0f", row.layout.c_str(), row.method.best, row.method.median);
+  if (row.hostCalls > 0)
+    printf(" %5zu %7.0f %6.0f %6.0f", row.hostCalls, row.host.best, row.own().best, row.own().median);
+  else printf(" %5s %7s %6s %6s", "", "", "", "");
+  printf(" %8.0f %5.2f %5.2f", row.copy.best, row.method.best / row.copy.best, row.method.median / row.copy.median);
+  if (row.nearest.best > 0) {
+    printf(" %8.0f %5.2f %5.2f", row.nearest.best, row.method.best / row.nearest.best,
+           row.method.median / row.nearest.median);
+    if (row.hostCalls > 0) printf(" %6.2f", row.method.best / (row.nearest.best + row.host.best));
+    printf("  %s", row.nearestName.c_str());
+  }
   printf("\n");
   fflush(stdout);
 }
 
-// Calls one registered method with prepared words; gives back the picture it returns.
+// Calls one registered method with prepared words, its C signature found once.
 struct Invoker {
   refhost::Host& host;
   const bench::Subject& subject;
   void* function = nullptr;
-  std::vector<refhost::ParamType> types;
-  std::optional<refhost::ParamType> result;
+  refhost::SignatureCall call = nullptr;
 
   Invoker(refhost::Host& h, const bench::Subject& s) : host(h), subject(s) {
     const auto& methods = s.pictureMethod ? host.picture_methods() : host.global_methods();
     for (const auto& method : methods) {
       if (method.declaration != s.declaration) continue;
       function = method.function;
+      std::vector<refhost::ParamType> types;
       if (s.pictureMethod) types.push_back(refhost::ParamType::Picture);
       for (const auto& param : method.parsed.params) types.push_back(param.type);
-      result = method.parsed.result;
+      std::string error;
+      call = refhost::CallBySignature(types, method.parsed.result, &error);
+      if (call == nullptr) {
+        fprintf(stderr, "pixelbench: %s\n", error.c_str());
+        exit(1);
+      }
     }
   }
+  // The picture the method returned (0 for none), which the caller holds a reference to.
+  uintptr_t Returned() const {
+    const uintptr_t returned = call(function, subject.words.data());
+    return subject.pictureMethod ? 0 : returned;
+  }
+  // A call as a program makes it: the picture returned let go.
   void operator()() const {
-    uintptr_t returned = 0;
-    std::string error;
-    if (!refhost::InvokeBySignature(function, types, result, subject.words, &returned, &error)) {
-      fprintf(stderr, "pixelbench: %s\n", error.c_str());
-      exit(1);
-    }
-    if (!subject.pictureMethod && returned != 0) host.Release(host.Find(reinterpret_cast<void*>(returned)));
+    if (const uintptr_t returned = Returned()) host.Release(host.Find(reinterpret_cast<void*>(returned)));
   }
 };
 
@@ -147,52 +168,17 @@ void PrintChoices(bool held) {
   }
 }
 
-// Bars of the time against memcpy per method, with the reference library's ratio as a dot.
-void DrawChart(const std::vector<Row>& rows, const std::string& path) {
-  const int barWidth = 14, left = 40, top = 30, plotHeight = 300;
-  const int width = left + static_cast<int>(rows.size()) * barWidth + 20, height = top + plotHeight + 230;
-  gdImagePtr image = gdImageCreateTrueColor(width, height);
-  const int white = gdImageColorAllocate(image, 255, 255, 255), black = gdImageColorAllocate(image, 0, 0, 0);
-  const int bar = gdImageColorAllocate(image, 70, 110, 190), dot = gdImageColorAllocate(image, 220, 80, 40);
-  const int grid = gdImageColorAllocate(image, 200, 200, 200);
-  gdImageFilledRectangle(image, 0, 0, width, height, white);
-  const double scale = plotHeight / 3.0;  // ratios up to 3
-  auto y = [&](double ratio) { return top + plotHeight - static_cast<int>(std::min(ratio, 3.0) * scale); };
-  for (double ratio : {0.5, 1.0, 1.3, 2.0, 3.0}) {
-    gdImageLine(image, left, y(ratio), width - 10, y(ratio), grid);
-    gdImageString(image, gdFontGetSmall(), 4, y(ratio) - 6,
-                  reinterpret_cast<unsigned char*>(const_cast<char*>(std::to_string(ratio).substr(0, 3).c_str())),
-                  black);
-  }
-  for (size_t i = 0; i < rows.size(); ++i) {
-    const int x = left + static_cast<int>(i) * barWidth;
-    gdImageFilledRectangle(image, x + 2, y(rows[i].method.median / rows[i].copy.median), x + barWidth - 2, y(0), bar);
-    if (rows[i].nearest.best > 0)
-      gdImageFilledEllipse(image, x + barWidth / 2, y(rows[i].method.median / rows[i].nearest.median), 6, 6, dot);
-    gdImageStringUp(image, gdFontGetTiny(), x + 3, height - 4,
-                    reinterpret_cast<unsigned char*>(const_cast<char*>(rows[i].layout.c_str())), black);
-  }
-  const std::string title = "median time / memcpy (bars), / nearest libyuv (dots), " +
-                            std::to_string(rows[0].size.width) + "x" + std::to_string(rows[0].size.height);
-  gdImageString(image, gdFontGetSmall(), left, 8, reinterpret_cast<unsigned char*>(const_cast<char*>(title.c_str())),
-                black);
-  FILE* file = fopen(path.c_str(), "wb");
-  if (file != nullptr) {
-    gdImagePng(image, file);
-    fclose(file);
-  }
-  gdImageDestroy(image);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<Size> sizes = {{8, 8}, {64, 64}, {1920, 1080}, {4096, 2160}};
-  std::string csvPath, chartPath, filter;  // files are written only when asked for
+  std::vector<Size> sizes = {{1, 1}, {64, 64}, {1920, 1080}, {4096, 2160}};
+  std::string csvPath, chartPath, filter, plugin;  // files are written only when asked for
   int rounds = 9, simd = -1, offset = 1088;
   const auto usage = [] {
     fprintf(stderr,
             "usage: pixelbench [--csv FILE] [--chart FILE.png] [--rounds N] [--filter TEXT] [--size WxH]\n"
+            "                  [--plugin FILE: another build's plug-in, to time against this one's]\n"
+            "                  [--round-ms MS: how long each round lasts, 2 unless given]\n"
             "                  [--offset BYTES: of the pixels in the blocks, 1088 unless given]\n"
             "                  [--simd 0-3: hold every shape's kernels to scalar, SSSE3, AVX2 or AVX-512]\n");
     return 2;
@@ -205,35 +191,42 @@ int main(int argc, char** argv) {
     else if (strcmp(argv[i], "--rounds") == 0) rounds = std::max(1, atoi(value));
     else if (strcmp(argv[i], "--filter") == 0) filter = value;
     else if (strcmp(argv[i], "--simd") == 0) simd = atoi(value);
+    else if (strcmp(argv[i], "--plugin") == 0) plugin = value;
+    else if (strcmp(argv[i], "--round-ms") == 0) gRoundNs = std::max(0.01, atof(value)) * 1e6;
     else if (strcmp(argv[i], "--offset") == 0) offset = std::max(0, atoi(value));
     else if (strcmp(argv[i], "--size") == 0)
       sizes = {{atoi(value), atoi(strchr(value, 'x') ? strchr(value, 'x') + 1 : value)}};
     else return usage();
   }
+  if (simd >= 0 && !plugin.empty()) return usage();  // holding the level takes this build's probe
   refhost::HostConfig config;
   config.quiet = true;
   // Holding the kernels to a level takes the test probe build, which sits beside this program.
   if (simd >= 0) config.plugin_path = std::string(PIXELBRIDGE_BUILD_DIR) + "/libpixelbridge_probe.so";
+  if (!plugin.empty()) config.plugin_path = plugin;
   refhost::Host host(config);
   std::string error;
-  if (!host.Load(&error)) {
+  if (!host.Open(&error)) {
     fprintf(stderr, "pixelbench: %s\n", error.c_str());
     return 1;
   }
+  // The plug-in gets the host's functions through stand-ins that can record its calls.
+  reinterpret_cast<void (*)(void* (*)(const char*))>(host.Symbol("REALPluginMain"))(&bench::RecordingResolver);
   if (simd >= 0) reinterpret_cast<void (*)(int)>(host.Symbol("PixelbridgeProbeCapSimd"))(simd);
   // The plug-in's choices, made here by the same code.
   if (simd >= 0) HoldSimdLevel(simd);
   PrintChoices(simd >= 0);
   printf(
-      "nanoseconds per call, best and median of %d rounds; method, memcpy and libyuv alternate on the same buffers\n",
-      rounds);
+      "nanoseconds per call, best and median of %d rounds of %g ms; method, memcpy, libyuv and the method's host "
+      "calls\n"
+      "(their number, made alone) alternate on the same buffers; own: the method's time less the host's;\n"
+      "/l+h: the method's best time over libyuv's and the host calls' together\n",
+      rounds, gRoundNs / 1e6);
   std::vector<Row> rows;
   for (const Size& size : sizes) {
     bench::Scene scene = bench::MakeScene(host, size.width, size.height, offset);
     const std::vector<bench::Subject> subjects = bench::MakeSubjects(host, scene);
-    printf("\n%-32s %9s %9s %9s %9s %11s %9s %9s %11s\n",
-           (std::to_string(size.width) + "x" + std::to_string(size.height)).c_str(), "best", "median", "memcpy",
-           "median", "/memcpy", "libyuv", "median", "/libyuv");
+    PrintHeader(size);
     // One untimed pass first: every buffer of the scene touched, every method's code and
     // patterns warm, so that the first method timed on a buffer doesn't pay for the rest.
     for (const bench::Subject& subject : subjects) {
@@ -252,8 +245,10 @@ int main(int argc, char** argv) {
     }
     for (const bench::Subject& subject : subjects) {
       if (!filter.empty() && subject.layout.find(filter) == std::string::npos) continue;
-      const Row row = TimeAlternating(subject.layout, size, Invoker(host, subject), subject.copy, subject.nearest, true,
-                                      subject.nearestName, rounds);
+      const Invoker method(host, subject);
+      const bench::HostCalls hostCalls(host, [&] { return method.Returned(); });
+      const Row row = TimeAlternating(subject.layout, size, method, subject.copy, subject.nearest, true,
+                                      subject.nearestName, rounds, &hostCalls);
       PrintRow(row);
       rows.push_back(row);
     }
@@ -264,22 +259,22 @@ int main(int argc, char** argv) {
   if (!csvPath.empty()) {
     std::ofstream csv(csvPath);
     csv << "method,width,height,best_ns,median_ns,memcpy_best_ns,memcpy_median_ns,nearest,nearest_best_ns,"
-           "nearest_median_ns,memcpy_best_ratio,memcpy_median_ratio,nearest_best_ratio,nearest_median_ratio\n";
+           "nearest_median_ns,memcpy_best_ratio,memcpy_median_ratio,nearest_best_ratio,nearest_median_ratio,"
+           "host_calls,host_best_ns,host_median_ns,own_best_ns,own_median_ns,nearest_host_best_ratio\n";
     for (const Row& row : rows) {
       const bool near = row.nearest.best > 0;
       csv << '"' << row.layout << "\"," << row.size.width << ',' << row.size.height << ',' << row.method.best << ','
           << row.method.median << ',' << row.copy.best << ',' << row.copy.median << ',' << row.nearestName << ','
           << row.nearest.best << ',' << row.nearest.median << ',' << row.method.best / row.copy.best << ','
           << row.method.median / row.copy.median << ',' << (near ? row.method.best / row.nearest.best : 0) << ','
-          << (near ? row.method.median / row.nearest.median : 0) << '\n';
+          << (near ? row.method.median / row.nearest.median : 0) << ',' << row.hostCalls << ',' << row.host.best << ','
+          << row.host.median << ',' << row.own().best << ',' << row.own().median << ','
+          << (near && row.hostCalls > 0 ? row.method.best / (row.nearest.best + row.host.best) : 0) << '\n';
     }
     printf("\nwrote %s\n", csvPath.c_str());
   }
-  std::vector<Row> chart;
-  for (const Row& row : rows)
-    if (row.size.width == 1920) chart.push_back(row);
-  if (!chartPath.empty() && !chart.empty()) {
-    DrawChart(chart, chartPath);
+  if (!chartPath.empty() && !rows.empty()) {
+    bench::DrawChart(rows, chartPath);
     printf("wrote %s\n", chartPath.c_str());
   }
   return 0;

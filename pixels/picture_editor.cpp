@@ -18,6 +18,7 @@ REALobjectStruct* AsObject(REALpictureStruct* picture) { return reinterpret_cast
 
 // Locks `picture` as `type`. Hosts before 2012.0 expect an unlock even after a refusal.
 bool LockDescription(REALpictureStruct* picture, REALpictureDescription* description, RBPixelType type) {
+  *description = REALpictureDescription{};
   if (REALLockPictureDescription(picture, description, type)) return true;
   if (rbversion < kFirstHostWithoutUnlockAfterRefusal) REALUnlockPictureDescription(picture);
   return false;
@@ -160,8 +161,6 @@ void PictureEditor::Hold(REALpictureStruct* picture) {
   RowIndex = 0;
 }
 
-PictureEditor::~PictureEditor() { ReleasePictureEditor(); }
-
 void PictureEditor::NextRow() {
   ++RowIndex;
   Column = 0;
@@ -171,7 +170,7 @@ void PictureEditor::NextRow() {
   else CurrentRow = BaseAddress;
 }
 
-void PictureEditor::ReleasePictureEditor() {
+void PictureEditor::GiveBack() {
   if (DescriptionLocked) {
     if (Picture != nullptr) REALUnlockPictureDescription(Picture);
     DescriptionLocked = false;

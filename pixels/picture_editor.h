@@ -10,7 +10,7 @@
 class PictureEditor {
  public:
   PictureEditor() = default;
-  virtual ~PictureEditor();
+  ~PictureEditor() { ReleasePictureEditor(); }
   PictureEditor(const PictureEditor&) = delete;
   PictureEditor& operator=(const PictureEditor&) = delete;
 
@@ -29,8 +29,11 @@ class PictureEditor {
     return PixelFormat != kFormatRowTable && RowBytes == int64_t{width} * kPictureBytesPerPixel;
   }
   // Gives back the lock, then (when writing) tells the host the pixels changed, then
-  // gives back the reference.
-  void ReleasePictureEditor();
+  // gives back the reference. An editor that holds nothing (one never opened, above all)
+  // has nothing to give back and asks nothing of the host.
+  void ReleasePictureEditor() {
+    if (Picture != nullptr || DescriptionLocked) GiveBack();
+  }
 
   int32_t RowBytes = 0;
   int32_t Width = 0;
@@ -38,7 +41,7 @@ class PictureEditor {
   int32_t BytesPerPixel = 0;
   int32_t PixelFormat = 0;
   uint8_t* CurrentRow = nullptr;
-  REALpictureDescription Description{};
+  REALpictureDescription Description;  // cleared by each lock, before the host fills it in
   uint8_t* BaseAddress = nullptr;
   int32_t Column = 0;
   int32_t RowIndex = 0;
@@ -60,6 +63,7 @@ class PictureEditor {
   bool Open(REALpictureStruct* picture, bool forReading, bool forWriting, bool mayDrawCopy);
 
  private:
+  void GiveBack();
   bool OpenBitmapContext(REALpictureStruct* picture);
   bool OpenTrueColor(REALpictureStruct* picture);
   // A copy of a picture the host won't lend as a bitmap, drawn into a new one, for reading.

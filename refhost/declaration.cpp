@@ -80,12 +80,11 @@ uintptr_t Call(void* function, const uintptr_t* words) {
   return CallWith<R, Cs...>(function, words, std::make_index_sequence<sizeof...(Cs)>());
 }
 
-using Invoker = uintptr_t (*)(void*, const uintptr_t*);
 struct Shape {
   const char* params;  // one letter per parameter: P picture, M memory block, A integer array,
                        // p Ptr, i integer, b boolean byte
   char result;         // b boolean, P picture
-  Invoker invoke;
+  SignatureCall invoke;
 };
 
 using Picture = REALpictureStruct*;
@@ -186,19 +185,23 @@ std::optional<Arg> DefaultArg(const Parameter& param) {
   return Arg(static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10)));
 }
 
-bool InvokeBySignature(void* function, const std::vector<ParamType>& params, std::optional<ParamType> result,
-                       const std::vector<uintptr_t>& words, uintptr_t* returned, std::string* error) {
+SignatureCall CallBySignature(const std::vector<ParamType>& params, std::optional<ParamType> result,
+                              std::string* error) {
   std::string letters;
   for (ParamType type : params) letters += Letter(type);
   const char resultLetter = !result ? 'v' : Letter(*result);
-  for (const Shape& shape : kShapes) {
-    if (letters == shape.params && resultLetter == shape.result) {
-      *returned = shape.invoke(function, words.data());
-      return true;
-    }
-  }
+  for (const Shape& shape : kShapes)
+    if (letters == shape.params && resultLetter == shape.result) return shape.invoke;
   if (error) *error = "the host has no call for parameters \"" + letters + "\" returning '" + resultLetter + "'";
-  return false;
+  return nullptr;
+}
+
+bool InvokeBySignature(void* function, const std::vector<ParamType>& params, std::optional<ParamType> result,
+                       const std::vector<uintptr_t>& words, uintptr_t* returned, std::string* error) {
+  const SignatureCall call = CallBySignature(params, result, error);
+  if (call == nullptr) return false;
+  *returned = call(function, words.data());
+  return true;
 }
 
 }  // namespace refhost

@@ -55,6 +55,12 @@ struct Arg {
 // The argument a parameter takes when the caller leaves it out; none without a default.
 std::optional<Arg> DefaultArg(const Parameter& param);
 
+// How a function of the C signature that the parameter types give is called with `words`
+// (one per parameter, receiver first); null, with an error, for a signature the host can't make.
+using SignatureCall = uintptr_t (*)(void* function, const uintptr_t* words);
+SignatureCall CallBySignature(const std::vector<ParamType>& params, std::optional<ParamType> result,
+                              std::string* error);
+
 // Calls `function` with `words` (one per parameter, receiver first) by the C signature that
 // the parameter types give. False, with an error, for a signature the host can't make.
 bool InvokeBySignature(void* function, const std::vector<ParamType>& params, std::optional<ParamType> result,

@@ -66,10 +66,8 @@ KernelTable ActiveKernelTable() {
   return KernelTableFor(choices, ActiveSimdLevel(), HeldSimdLevel() >= 0);
 }
 
-int64_t BytesMoved(const PixelMap& map, int64_t pixels) {
-  const int64_t perPixel =
-      int64_t{map.inputStride} + map.outputStride + (map.maskTo != PixelMap::kNone ? kMaskBytesPerPixel : 0);
-  return pixels > INT64_MAX / perPixel ? INT64_MAX : pixels * perPixel;
+ChoiceKey ActiveChoiceKey(int64_t bytesMoved) {
+  return {gRowHeld, HeldSimdLevel(), bytesMoved >= StreamingStoresFrom()};
 }
 
 int64_t StreamingStoresFrom() {

@@ -36,8 +36,14 @@ const FamilyChoices* KernelTableRow(int index);
 // A test seam: calls choose as a processor of `row` would (null: this processor's own row).
 void HoldKernelTableRow(const FamilyChoices* row);
 
-// The bytes a call of `pixels` pixels reads and writes (saturating at INT64_MAX).
-int64_t BytesMoved(const PixelMap& map, int64_t pixels);
+// The bytes a call of `pixels` pixels reads and writes (saturating at INT64_MAX), without a
+// division: every call asks.
+inline int64_t BytesMoved(const PixelMap& map, int64_t pixels) {
+  const int64_t perPixel =
+      int64_t{map.inputStride} + map.outputStride + (map.maskTo != PixelMap::kNone ? kMaskBytesPerPixel : 0);
+  int64_t bytes = 0;
+  return __builtin_mul_overflow(pixels, perPixel, &bytes) ? INT64_MAX : bytes;
+}
 // Calls that read and write at least this many bytes in all may store around the caches:
 // they pass more through the last-level cache than it holds, so little of what they wrote
 // would still be there to read next, and streaming spares reading every destination line
@@ -45,6 +51,19 @@ int64_t BytesMoved(const PixelMap& map, int64_t pixels);
 int64_t StreamingStoresFrom();
 // Sets that size (a test seam: 0 makes every call stream, −1 restores the default).
 void SetStreamingStoresFrom(int64_t bytes);
+
+// What besides its map decides the kernel of a call that moves `bytesMoved` in all: the row
+// and level the table is held to (none: this processor's own), and whether the call is large
+// enough to store around the caches.
+struct ChoiceKey {
+  const FamilyChoices* row;
+  int held;
+  bool large;
+  bool operator==(const ChoiceKey& other) const {
+    return row == other.row && held == other.held && large == other.large;
+  }
+};
+ChoiceKey ActiveChoiceKey(int64_t bytesMoved);
 
 // A kernel looked up: its level, the way it stores, the kernel itself (null where the level
 // has none for the shape that stores so) and what it reads.

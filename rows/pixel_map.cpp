@@ -1,8 +1,6 @@
 // The plain row and the shape of a map.
 #include "rows/pixel_map.h"
 
-#include <cstring>
-
 namespace {
 // The row for output pixels of kBytes bytes (or more, whose bytes past the fourth stay), with
 // what holds for the whole row settled once: whether bytes go through tables (kLooked) and
@@ -13,6 +11,9 @@ void MapRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixel
   int8_t from[kBytes];
   uint8_t taken[kBytes], fill[kBytes], keep[kBytes];
   const uint8_t* table[kBytes];
+  // Every loop over a pixel's bytes unrolled: a call on a small picture, and the last pixels
+  // of every row, spend their time here.
+#pragma GCC unroll 4
   for (int k = 0; k < kBytes; ++k) {
     from[k] = map.from[k] == PixelMap::kNone ? 0 : map.from[k];
     taken[k] = map.from[k] == PixelMap::kNone ? 0 : 0xFF;
@@ -22,6 +23,7 @@ void MapRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixel
   const int8_t maskTo = map.maskTo, maskGreen = map.maskGreen;
   const int32_t inputStride = map.inputStride, outputStride = map.outputStride;
   for (int32_t x = 0; x < pixels; ++x) {
+#pragma GCC unroll 4
     for (int k = 0; k < kBytes; ++k) {
       uint8_t byte = src[from[k]] & taken[k];
       if (kLooked) byte = table[k][byte];
@@ -41,6 +43,7 @@ void MapRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixel
 template <int kBytes>
 void MapRow(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int32_t pixels, const PixelMap& map) {
   bool looked = false, kept = false;
+#pragma GCC unroll 4
   for (int k = 0; k < kBytes; ++k) looked |= map.table[k] != nullptr, kept |= map.keep[k] != 0;
   if (looked)
     return kept ? MapRow<kBytes, true, true>(src, mask, dst, pixels, map)
@@ -88,11 +91,4 @@ Shape ShapeOf(const PixelMap& map) {
     return lookups ? Shape::kOneToFourTables : Shape::kGrayWords;
   }
   return Shape::kPlain;
-}
-
-bool PixelMap::operator==(const PixelMap& other) const {
-  return inputStride == other.inputStride && outputStride == other.outputStride && inputBytes == other.inputBytes &&
-         maskGreen == other.maskGreen && maskTo == other.maskTo && memcmp(from, other.from, sizeof from) == 0 &&
-         memcmp(fill, other.fill, sizeof fill) == 0 && memcmp(keep, other.keep, sizeof keep) == 0 &&
-         memcmp(table, other.table, sizeof table) == 0;
 }

@@ -72,6 +72,52 @@ PIXELBRIDGE_KERNEL inline Vec Xor(Vec a, Vec b) { return _mm512_xor_si512(a, b);
 PIXELBRIDGE_KERNEL inline Vec GroupsInOrder(Vec v) {
   return _mm512_permutexvar_epi32(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15), v);
 }
+
+// Loads and stores of the first `count` bytes of a vector (1 to 64): whole steps with plain
+// 16- and 32-byte moves (masked moves are slow on some processors); a partial step masks its
+// bytes so that nothing outside the row is touched. The bytes a masked move leaves out must
+// not lie in a page that isn't mapped, or the processor takes the slow way to leave them out
+// (hundreds of cycles): where a vector from the bytes' start would reach into the next page
+// (a row that ends at a page's end), the move is made on the vector that ends where the bytes
+// end, whose other bytes lie in the bytes' own page, and the bytes are moved across the vector.
+constexpr __mmask64 Bytes(int count) { return count >= 64 ? ~__mmask64{0} : (__mmask64{1} << count) - 1; }
+PIXELBRIDGE_KERNEL inline bool ReachesNextPage(const uint8_t* p) {
+  constexpr uintptr_t kPage = 4096;
+  return (reinterpret_cast<uintptr_t>(p) & (kPage - 1)) > kPage - 64;
+}
+// Byte j of the result is byte j + shift (modulo 64) of `v`.
+PIXELBRIDGE_KERNEL inline Vec Rotate(Vec v, int shift) {
+  const Vec order = _mm512_set_epi64(0x3F3E3D3C3B3A3938, 0x3736353433323130, 0x2F2E2D2C2B2A2928, 0x2726252423222120,
+                                     0x1F1E1D1C1B1A1918, 0x1716151413121110, 0x0F0E0D0C0B0A0908, 0x0706050403020100);
+  return _mm512_permutexvar_epi8(_mm512_add_epi8(order, _mm512_set1_epi8(static_cast<char>(shift))), v);
+}
+PIXELBRIDGE_KERNEL inline Vec LoadBytes(const uint8_t* p, int count) {
+  switch (count) {
+    case 64:
+      return _mm512_loadu_si512(p);
+    case 48:
+      return _mm512_inserti32x4(_mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))),
+                                Load16(p + 32), 2);
+    case 16:
+      return _mm512_castsi128_si512(Load16(p));
+    default:
+      if (!ReachesNextPage(p)) return _mm512_maskz_loadu_epi8(Bytes(count), p);
+      return _mm512_maskz_mov_epi8(Bytes(count),
+                                   Rotate(_mm512_maskz_loadu_epi8(~Bytes(64 - count), p + count - 64), 64 - count));
+  }
+}
+PIXELBRIDGE_KERNEL inline void StoreBytes(uint8_t* p, Vec v, int count) {
+  switch (count) {
+    case 64:
+      return _mm512_storeu_si512(p, v);
+    case 48:
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_castsi512_si256(v));
+      return Store16(p + 32, _mm512_extracti32x4_epi32(v, 2));
+    default:
+      if (!ReachesNextPage(p)) return _mm512_mask_storeu_epi8(p, Bytes(count), v);
+      return _mm512_mask_storeu_epi8(p + count - 64, ~Bytes(64 - count), Rotate(v, count));
+  }
+}
 #endif
 
 constexpr int32_t kPixelsPerVector = PIXELBRIDGE_VECTOR_BYTES / 4;
@@ -133,7 +179,16 @@ PIXELBRIDGE_KERNEL inline void FourToFourSteps(const uint8_t* src, uint8_t* dst,
     Put<kStream>(dst + 4 * (x + kPixelsPerVector), b);
   }
   for (; x + kPixelsPerVector <= pixels; x += kPixelsPerVector) Put<kStream>(dst + 4 * x, convert(x));
+#if PIXELBRIDGE_VECTOR_BYTES == 64
+  if (x < pixels) {
+    const int bytes = 4 * (pixels - x);
+    Vec made = Or(Shuffle(LoadBytes(src + 4 * x, bytes), shuffle), fill);
+    if (kKeeping) made = Or(made, And(LoadBytes(dst + 4 * x, bytes), keep));
+    StoreBytes(dst + 4 * x, made, bytes);
+  }
+#else
   MapPixels(src + 4 * x, nullptr, dst + 4 * x, pixels - x, p.map);
+#endif
 }
 
 template <bool kKeeping, Stores kStores>
@@ -154,7 +209,15 @@ PIXELBRIDGE_KERNEL inline void FourToFourMaskedSteps(const uint8_t* src, const u
     const Vec alpha = Xor(Shuffle(Load(mask + 4 * x), maskShuffle), maskFlip);
     Put<kStream>(dst + 4 * x, Or(Or(Shuffle(Load(src + 4 * x), shuffle), fill), alpha));
   }
+#if PIXELBRIDGE_VECTOR_BYTES == 64
+  if (x < pixels) {
+    const int bytes = 4 * (pixels - x);
+    const Vec alpha = Xor(Shuffle(LoadBytes(mask + 4 * x, bytes), maskShuffle), maskFlip);
+    StoreBytes(dst + 4 * x, Or(Or(Shuffle(LoadBytes(src + 4 * x, bytes), shuffle), fill), alpha), bytes);
+  }
+#else
   MapPixels(src + 4 * x, mask + 4 * x, dst + 4 * x, pixels - x, p.map);
+#endif
 }
 
 template <Stores kStores>
@@ -199,7 +262,13 @@ PIXELBRIDGE_KERNEL inline void FourToOneSteps(const uint8_t* src, uint8_t* dst, 
     const __m128i high = _mm_or_si128(_mm_shuffle_epi8(Load16(s + 32), r2), _mm_shuffle_epi8(Load16(s + 48), r3));
     Put16<kStream>(dst + x, _mm_or_si128(low, high));
   }
+#if PIXELBRIDGE_VECTOR_BYTES == 64
+  // Each lane's four channel bytes gathered into its first group, and the lanes' first groups
+  // put in order.
+  if (x < pixels) StoreBytes(dst + x, GroupsInOrder(Shuffle(LoadBytes(src + 4 * x, 4 * (pixels - x)), s0)), pixels - x);
+#else
   MapPixels(src + 4 * x, nullptr, dst + x, pixels - x, p.map);
+#endif
 }
 
 template <Stores kStores>

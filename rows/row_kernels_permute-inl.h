@@ -2,37 +2,6 @@
 // VBMI). Part of the row kernels' source: included by row_kernels-inl.h inside its unit's
 // anonymous namespace, after the vector shims.
 
-// Loads and stores of the first `count` bytes of a vector: whole steps with plain 16- and
-// 32-byte moves (masked moves are slow on some processors); a partial step masks its bytes
-// so that nothing outside the row is touched.
-constexpr __mmask64 Bytes(int count) { return count >= 64 ? ~__mmask64{0} : (__mmask64{1} << count) - 1; }
-
-PIXELBRIDGE_KERNEL inline Vec LoadBytes(const uint8_t* p, int count) {
-  switch (count) {
-    case 64:
-      return _mm512_loadu_si512(p);
-    case 48:
-      return _mm512_inserti32x4(_mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))),
-                                Load16(p + 32), 2);
-    case 16:
-      return _mm512_castsi128_si512(Load16(p));
-    default:
-      return _mm512_maskz_loadu_epi8(Bytes(count), p);
-  }
-}
-
-PIXELBRIDGE_KERNEL inline void StoreBytes(uint8_t* p, Vec v, int count) {
-  switch (count) {
-    case 64:
-      return _mm512_storeu_si512(p, v);
-    case 48:
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm512_castsi512_si256(v));
-      return Store16(p + 32, _mm512_extracti32x4_epi32(v, 2));
-    default:
-      return _mm512_mask_storeu_epi8(p, Bytes(count), v);
-  }
-}
-
 // Sixty-four pixels a step: every output vector is one permute of the two input vectors
 // it spans. Pixels of kIn bytes in, kOut bytes out.
 template <int kIn, int kOut, bool kKeeping>
@@ -82,7 +51,8 @@ PIXELBRIDGE_KERNEL inline void Permute(const uint8_t* src, uint8_t* dst, int32_t
 
 template <int kIn, int kOut, bool kKeeping>
 PIXELBRIDGE_KERNEL inline void PermuteRow(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  const int32_t done = PermuteWhole<kIn, kOut, kKeeping>(src, dst, pixels, p);
+  // A row shorter than a whole step doesn't load the step's patterns.
+  const int32_t done = pixels >= 64 ? PermuteWhole<kIn, kOut, kKeeping>(src, dst, pixels, p) : 0;
   Permute<kKeeping>(src + kIn * done, dst + kOut * done, pixels - done, p);
 }
 
@@ -119,8 +89,8 @@ alignas(64) constexpr SpreadIndexes kSpread = MakeSpreadIndexes();
 // Sixty-four samples a step. Each table sits in four vectors; a sample's low seven bits pick
 // a byte from one pair of them, its top bit the pair. The four bytes of each pixel are then
 // spread into place: output vector v takes bytes 0 and 1 of a pixel from one two-vector
-// permute, bytes 2 and 3 from another. Gives the samples done.
-PIXELBRIDGE_KERNEL inline int32_t TableSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const PixelMap& map) {
+// permute, bytes 2 and 3 from another. The last samples as one masked step.
+PIXELBRIDGE_KERNEL inline void TableSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const PixelMap& map) {
   Vec tables[4][4], fills[4], spread[4];
   bool looked[4];
 #pragma GCC unroll 4
@@ -134,31 +104,34 @@ PIXELBRIDGE_KERNEL inline int32_t TableSteps(const uint8_t* src, uint8_t* dst, i
   for (int v = 0; v < 4; ++v)
     spread[v] = _mm512_add_epi8(_mm512_load_si512(kSpread.bytes), _mm512_set1_epi8(static_cast<char>(16 * v)));
   constexpr __mmask64 kHighBytes = 0xCCCCCCCCCCCCCCCCull;  // bytes 2 and 3 of every pixel
-  int32_t x = 0;
-  for (; x + 64 <= pixels; x += 64) {
-    const Vec samples = _mm512_loadu_si512(src + x);
+  // The pixels of `samples` into the first `bytes` bytes at `out`.
+  const auto step = [&](const Vec samples, uint8_t* out, int bytes) PIXELBRIDGE_KERNEL {
     const __mmask64 top = _mm512_movepi8_mask(samples);
-    Vec bytes[4];
+    Vec looks[4];
 #pragma GCC unroll 4
     for (int k = 0; k < 4; ++k) {
-      bytes[k] = fills[k];
+      looks[k] = fills[k];
       if (!looked[k]) continue;
       const Vec low = _mm512_permutex2var_epi8(tables[k][0], samples, tables[k][1]);
       const Vec high = _mm512_permutex2var_epi8(tables[k][2], samples, tables[k][3]);
-      bytes[k] = Or(_mm512_mask_blend_epi8(top, low, high), fills[k]);
+      looks[k] = Or(_mm512_mask_blend_epi8(top, low, high), fills[k]);
     }
 #pragma GCC unroll 4
     for (int v = 0; v < 4; ++v) {
-      const Vec first = _mm512_permutex2var_epi8(bytes[0], spread[v], bytes[1]);
-      const Vec second = _mm512_permutex2var_epi8(bytes[2], spread[v], bytes[3]);
-      _mm512_storeu_si512(dst + 4 * x + 64 * v, _mm512_mask_blend_epi8(kHighBytes, first, second));
+      const int left = bytes - 64 * v < 64 ? bytes - 64 * v : 64;
+      if (left <= 0) continue;
+      const Vec first = _mm512_permutex2var_epi8(looks[0], spread[v], looks[1]);
+      const Vec second = _mm512_permutex2var_epi8(looks[2], spread[v], looks[3]);
+      const Vec made = _mm512_mask_blend_epi8(kHighBytes, first, second);
+      StoreBytes(out + 64 * v, made, left);
     }
-  }
-  return x;
+  };
+  int32_t x = 0;
+  for (; x + 64 <= pixels; x += 64) step(_mm512_loadu_si512(src + x), dst + 4 * x, 256);
+  if (x < pixels) step(LoadBytes(src + x, pixels - x), dst + 4 * x, 4 * (pixels - x));
 }
 
 PIXELBRIDGE_ROW_ENTRY void OneToFourTables(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
                                            const RowPatterns& p) {
-  const int32_t done = TableSteps(src, dst, pixels, p.map);
-  MapPixels(src + done, nullptr, dst + 4 * done, pixels - done, p.map);
+  TableSteps(src, dst, pixels, p.map);
 }

@@ -2,7 +2,8 @@
 // ready for it (what its shape's record says it reads), against the plain row, which the
 // methods' tests hold to their own account of the pixels: in every way it stores (ordinary,
 // streaming), for widths 0 to 67 (and a few longer), source misalignments 0 to 15 and
-// destination ones 0 to 63; the kernel table over CPUID answers.
+// destination ones 0 to 63, and rows that end at a page's end; the kernel table over CPUID
+// answers.
 #include <gtest/gtest.h>
 #if defined(__i386__) || defined(__x86_64__)
 #include <cpuid.h>
@@ -16,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "rows/gray_tables.h"
 #include "rows/row_converter.h"
 #include "to_memory/copy_layouts.h"
 #include "to_picture/source_layouts.h"
@@ -44,6 +46,12 @@ struct Buffers {
     plain = fast;
   }
 };
+
+// Where in `buffer` a row of `bytes` bytes starts that ends at a page boundary.
+size_t EndingAtPage(const std::vector<uint8_t>& buffer, size_t bytes) {
+  const auto start = reinterpret_cast<uintptr_t>(&buffer[kGuard]) + bytes;
+  return (start + 4095) / 4096 * 4096 - bytes - reinterpret_cast<uintptr_t>(buffer.data());
+}
 
 const FormatGroup kGroups[] = {FormatGroup::kAlphaLast, FormatGroup::kAlphaFirst, FormatGroup::kRowTable};
 
@@ -114,7 +122,7 @@ TEST(Kernels, EveryKernelMatchesThePlainRow) {
   bool tested[kLevels][kStoreKinds][kShapeCount] = {};
   std::vector<int32_t> widths = {127, 128, 131, 192, 255, 1001};
   for (int32_t width = 0; width < 68; ++width) widths.push_back(width);
-  Buffers buffers(kLongestRow + 64);
+  Buffers buffers(kLongestRow + 64 + 4096);
   for (const NamedMap& named : EveryMap()) {
     const PixelMap& map = named.map;
     const Shape shape = ShapeOf(map);
@@ -130,8 +138,13 @@ TEST(Kernels, EveryKernelMatchesThePlainRow) {
         SCOPED_TRACE(testing::Message() << named.name << ", " << ShapeName(shape) << ", "
                                         << SimdLevelName(static_cast<SimdLevel>(level)) << ", stores " << stores);
         for (int32_t width : widths)
-          for (size_t shift = 0; shift < 16; ++shift) {
-            const size_t from = kGuard + shift, to = kGuard + (shift * 7 + width) % 64;
+          for (size_t shift = 0; shift <= 16; ++shift) {
+            size_t from = kGuard + shift, to = kGuard + (shift * 7 + width) % 64;
+            // Then rows that end where a page ends, as a picture's last row may.
+            if (shift == 16) {
+              from = EndingAtPage(buffers.source, width * size_t(map.inputStride));
+              to = EndingAtPage(buffers.fast, width * size_t(map.outputStride));
+            }
             buffers.Prefill(to, static_cast<size_t>(width) * map.outputStride);
             convert(&buffers.source[from], &buffers.mask[from + 3], &buffers.fast[to], width);
             MapPixels(&buffers.source[from], &buffers.mask[from + 3], &buffers.plain[to], width, map);
@@ -147,6 +160,28 @@ TEST(Kernels, EveryKernelMatchesThePlainRow) {
           EXPECT_TRUE(tested[level][stores][shape]) << "no map tried the " << ShapeName(static_cast<Shape>(shape))
                                                     << " kernel at level " << level << ", stores " << stores;
         }
+}
+
+// Tables from tint factors and from integers, 16 entries a step where the processor can,
+// against their plain loops: factors around every shortcut and limit, and 300 drawn; values
+// beyond 16 and 32 bits either way, counts around whole steps.
+TEST(Kernels, GrayTablesMatchThePlainLoops) {
+  std::mt19937 draw(11);
+  std::vector<int32_t> factors = {INT32_MIN, -65536, -1, 0, 1, 255, 256, 257, 300, 65279, 65280, 65535, 65536};
+  for (int i = 0; i < 300; ++i) factors.push_back(static_cast<int32_t>(draw()) >> (i % 17));
+  std::vector<int32_t> values = {INT32_MIN, -32769, -32768, -1, 0, 1, 255, 256, 32767, 32768, INT32_MAX};
+  while (values.size() < 256) values.push_back(static_cast<int32_t>(draw()) >> (values.size() % 25));
+  uint8_t fast[256], plain[256];
+  for (int32_t factor : factors) {
+    MakeTintTable(factor, fast);
+    MakeTintTablePlain(factor, plain);
+    ASSERT_EQ(memcmp(fast, plain, sizeof fast), 0) << "factor " << factor;
+  }
+  for (int32_t count : {-1, 0, 1, 15, 16, 17, 200, 255, 256}) {
+    MakeClampedTable(values.data(), count, fast);
+    MakeClampedTablePlain(values.data(), count, plain);
+    ASSERT_EQ(memcmp(fast, plain, sizeof fast), 0) << "count " << count;
+  }
 }
 
 #if defined(__i386__) || defined(__x86_64__)

@@ -83,7 +83,7 @@ bool CopyPictureLines(const CopyRequest& request) {
     source.NextRow();
   }
   const int64_t total = int64_t{pixels} * (lines.last - lines.first + 1);
-  const RowConverter copyRow(map, ActiveKernelTable(), total);
+  const RowConverter copyRow(map, total);
   uint8_t* destination = base + request.offset;
   // Lines that follow one another in the picture, the mask and the block are one long row
   // (not when a taller mask takes the picture's rows past its end, where they rest on row 0).

@@ -3,28 +3,20 @@
 
 PixelMap CopyMap(const CopyLayout& layout, FormatGroup source, FormatGroup mask, int32_t alpha, int32_t pixelByteSize) {
   const PixelBytes bytes = PixelBytesOf(source);
+  // The source byte each kind of written byte takes (alpha and kept bytes take none).
+  const int8_t taken[] = {bytes.red, bytes.green, bytes.blue, PixelMap::kNone, PixelMap::kNone};
+  static_assert(static_cast<int>(OutByte::kAlpha) == 3 && static_cast<int>(OutByte::kKeep) == 4);
+  const bool masked = mask != FormatGroup::kNone;
   PixelMap map;
   map.outputStride = layout.bytesPerPixel != 0 ? layout.bytesPerPixel : pixelByteSize;
-  for (int k = 0; k < map.outputBytes(); ++k) {
-    switch (layout.bytes[k]) {
-      case OutByte::kRed:
-        map.from[k] = bytes.red;
-        break;
-      case OutByte::kGreen:
-        map.from[k] = bytes.green;
-        break;
-      case OutByte::kBlue:
-        map.from[k] = bytes.blue;
-        break;
-      case OutByte::kAlpha:
-        if (mask != FormatGroup::kNone) map.maskTo = static_cast<int8_t>(k);
-        else map.fill[k] = static_cast<uint8_t>(alpha);
-        break;
-      case OutByte::kKeep:
-        map.keep[k] = 0xFF;
-        break;
-    }
+  const int written = map.outputBytes();
+  for (int k = 0; k < written; ++k) {
+    const OutByte byte = layout.bytes[k];
+    map.from[k] = taken[static_cast<int>(byte)];
+    if (byte == OutByte::kKeep) map.keep[k] = 0xFF;
+    if (byte == OutByte::kAlpha && masked) map.maskTo = static_cast<int8_t>(k);
+    if (byte == OutByte::kAlpha && !masked) map.fill[k] = static_cast<uint8_t>(alpha);
   }
-  if (mask != FormatGroup::kNone) map.maskGreen = PixelBytesOf(mask).green;
+  if (masked) map.maskGreen = PixelBytesOf(mask).green;
   return map;
 }

@@ -1,38 +1,22 @@
 // Gray sources, plain, tinted or mapped through three lookup tables: the tinted and mapped
 // overloads build their tables before the rows are walked.
 #include <algorithm>
-#include <climits>
 
 #include "host/exceptions.h"
 #include "host/host_functions.h"
+#include "rows/gray_tables.h"
 #include "to_picture/picture_methods.h"
 
 namespace picture_methods {
 namespace {
 
-uint8_t Clamp(int64_t value) { return static_cast<uint8_t>(std::clamp<int64_t>(value, 0, 255)); }
-
-// v × k / 256 truncated toward zero, limited to 0 to 255, for every sample v. The product
-// is exact, so a factor too large for a 32-bit product still clamps by its true value.
-void FillTint(uint8_t* table, int32_t k) {
-  constexpr int32_t kLargestExactFactor = INT32_MAX / 255;
-  if (k < -kLargestExactFactor || k > kLargestExactFactor) {
-    for (int v = 0; v < 256; ++v) table[v] = Clamp(int64_t{v} * k / 256);
-    return;
-  }
-  for (int32_t v = 0; v < 256; ++v) table[v] = static_cast<uint8_t>(std::clamp(v * k / 256, 0, 255));
-}
-
 // Entries 0 to the upper bound (at most 255) from the array, each limited to 0 to 255; the
 // rest stay 0.
 void FillFromArray(uint8_t* table, REALarrayInteger* array, int32_t upperBound) {
+  const int32_t count = std::min(upperBound, 255) + 1;
+  if (const int32_t* elements = REALDirectArrayElements(array)) return MakeClampedTable(elements, count, table);
   std::fill(table, table + 256, 0);
-  const int32_t last = std::min(upperBound, 255);
-  if (const int32_t* elements = REALDirectArrayElements(array)) {
-    for (int32_t i = 0; i <= last; ++i) table[i] = Clamp(elements[i]);
-    return;
-  }
-  for (int32_t i = 0; i <= last; ++i) table[i] = Clamp(REALGetArrayInt(array, i));
+  for (int32_t i = 0; i < count; ++i) table[i] = static_cast<uint8_t>(std::clamp(REALGetArrayInt(array, i), 0, 255));
 }
 
 // A nil array has no elements; the host isn't asked about it. Nor are elements read from an
@@ -75,9 +59,9 @@ REALpictureStruct* GrayTint(typename Source::Handle source, int32_t offset, int3
   const uint8_t* first = GraySource<Source>(source, offset, width, height, pixelByteSize);
   if (first == nullptr) return nullptr;
   GrayTables tables;
-  FillTint(tables.red, red);
-  FillTint(tables.green, blue);
-  FillTint(tables.blue, green);
+  MakeTintTable(red, tables.red);
+  MakeTintTable(blue, tables.green);
+  MakeTintTable(green, tables.blue);
   return WriteGray(first, width, height, pixelByteSize, &tables);
 }
 

@@ -40,7 +40,7 @@ REALpictureStruct* WritePictureRows(REALpictureStruct* destination, int32_t widt
   if (group == FormatGroup::kNone) return writer.RenderPictureWriter();
   const PixelMap map = PictureMap(layout, group, tables);
   const int64_t total = int64_t{width} * height;
-  const RowConverter convert(map, ActiveKernelTable(), total);
+  const RowConverter convert(map, total);
   // Rows that follow one another in the source and in the picture are one long row.
   if (writer.RowsBackToBack(width) && rowStep == int64_t{width} * layout.stride && total <= INT32_MAX) {
     convert(firstRow, nullptr, writer.CurrentRow, static_cast<int32_t>(total));
