@@ -3,7 +3,7 @@
 #if defined(__i386__) || defined(__x86_64__)
 #define PIXELBRIDGE_TARGET "avx2"
 #define PIXELBRIDGE_VECTOR_BYTES 32
-#include "rows/row_kernels-inl.h"
+#include "rows/x86_kernels-inl.h"
 
 extern const RowKernelSet kRowKernelsAVX2 = kLevelKernels;
 #endif

@@ -10,7 +10,7 @@
 #endif
 #define PIXELBRIDGE_TARGET "avx512f,avx512bw,avx512vbmi"
 #define PIXELBRIDGE_VECTOR_BYTES 64
-#include "rows/row_kernels-inl.h"
+#include "rows/x86_kernels-inl.h"
 
 extern const RowKernelSet kRowKernelsAVX512 = kLevelKernels;
 #endif

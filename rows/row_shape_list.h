@@ -1,6 +1,6 @@
 // The shapes of map that row kernels are written for, one record each. The Shape enum, the
 // names, what a call prepares for a shape's kernels and the kernel table are made from this
-// list; each level names its kernel per shape in a switch over every shape (row_kernels-inl.h,
+// list; each level names its kernel per shape in a switch over every shape (x86_kernels-inl.h,
 // row_kernels_neon.cpp), so that a shape left out there fails the build. Their order is free.
 //
 // PIXELBRIDGE_ROW_SHAPE(Name, "for people", what its kernels read, its entry on any other

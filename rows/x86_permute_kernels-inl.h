@@ -1,5 +1,5 @@
 // Packing and gray kernels as byte permutes of the whole 64-byte vector (AVX-512 BW and
-// VBMI). Part of the row kernels' source: included by row_kernels-inl.h inside its unit's
+// VBMI). Part of the row kernels' source: included by x86_kernels-inl.h inside its unit's
 // anonymous namespace, after the vector shims.
 
 // Sixty-four pixels a step: every output vector is one permute of the two input vectors
