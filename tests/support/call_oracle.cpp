@@ -16,10 +16,10 @@ struct CopyLines {
 CopyLines CopyLinesOf(const BoundCall& bound, const refhost::Picture* receiver, const refhost::Picture* mask) {
   const std::string letters = PixelLetters(bound);
   const int64_t pixelBytes = letters.size() == 1 ? bound.Int("PixelByteSize") : int64_t(letters.size());
-  const refhost::Picture* shape = mask != nullptr ? mask : receiver;
-  const int64_t lineBytes = shape != nullptr ? shape->width() * pixelBytes : 0;
+  const refhost::Picture* sizedBy = mask != nullptr ? mask : receiver;
+  const int64_t lineBytes = sizedBy != nullptr ? sizedBy->width() * pixelBytes : 0;
   const Expected& expected = bound.expected;
-  const int32_t height = shape != nullptr ? shape->height() : 0;
+  const int32_t height = sizedBy != nullptr ? sizedBy->height() : 0;
   int32_t first = expected.allLines ? 0 : expected.first, last = expected.allLines ? height - 1 : expected.last;
   if (expected.kind == Expected::kUnchecked) {
     // StartLine past the end copies the last line; EndLine -1 or past the end stops there.
