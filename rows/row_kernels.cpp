@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+#include "platform/architecture.h"
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -12,11 +14,11 @@ constexpr uint8_t kZero = 0x80;  // a shuffle index that gives 0
 }  // namespace
 
 // Each SIMD level's set, defined in its own translation unit.
-#if defined(__i386__) || defined(__x86_64__)
+#if PIXELBRIDGE_X86
 extern const RowKernelSet kRowKernelsSSSE3;
 extern const RowKernelSet kRowKernelsAVX2;
 extern const RowKernelSet kRowKernelsAVX512;
-#elif defined(__aarch64__) || defined(__arm__)
+#elif PIXELBRIDGE_ARM
 extern const RowKernelSet kRowKernelsNEON;
 #endif
 
@@ -46,7 +48,7 @@ void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* pattern
     if (inside) patterns->wideTaken |= uint64_t{1} << byte;
     if (++k == out) k = 0, ++pixel;
   }
-#if defined(__i386__) || defined(__x86_64__)
+#if PIXELBRIDGE_X86
   const bool pairs = level == SimdLevel::kAVX512;
 #else
   const bool pairs = false;  // NEON takes its 16-byte pairs from the wide patterns
@@ -130,7 +132,7 @@ constexpr RowKernelSet kScalar = MakeRowKernelSet(ScalarKernel, NoKernel);
 }  // namespace
 
 const RowKernelSet& RowKernelsFor(SimdLevel level) {
-#if defined(__i386__) || defined(__x86_64__)
+#if PIXELBRIDGE_X86
   switch (level) {
     case SimdLevel::kAVX512:
       return kRowKernelsAVX512;
@@ -141,7 +143,7 @@ const RowKernelSet& RowKernelsFor(SimdLevel level) {
     default:
       break;
   }
-#elif defined(__aarch64__) || defined(__arm__)
+#elif PIXELBRIDGE_ARM
   if (level == SimdLevel::kNEON) return kRowKernelsNEON;
 #else
   (void)level;

@@ -3,7 +3,9 @@
 // channels. 32-bit builds compile this file alone for NEON (the rest keeps the baseline),
 // so it includes nothing whose inline functions another file could share.
 // (Empty on other processors: a universal macOS build compiles every file for each.)
-#if defined(__aarch64__) || defined(__arm__)
+#include "platform/architecture.h"
+
+#if PIXELBRIDGE_ARM
 #include <arm_neon.h>
 
 #include "rows/row_kernels.h"
