@@ -9,10 +9,6 @@
 #include <emmintrin.h>
 #endif
 
-namespace {
-constexpr uint8_t kZero = 0x80;  // a shuffle index that gives 0
-}  // namespace
-
 // Each SIMD level's set, defined in its own translation unit.
 #if PIXELBRIDGE_X86
 extern const RowKernelSet kRowKernelsSSSE3;
@@ -32,17 +28,18 @@ void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* pattern
     const bool inside = pixel < 4;
     const bool masked = inside && map.maskTo == k;
     patterns->shuffle[byte] =
-        inside && map.from[k] != PixelMap::kNone ? static_cast<uint8_t>(pixel * in + map.from[k]) : kZero;
+        inside && map.from[k] != PixelMap::kNone ? static_cast<uint8_t>(pixel * in + map.from[k]) : kZeroIndex;
     patterns->fill[byte] = inside ? map.fill[k] : 0;
     patterns->keep[byte] = inside ? map.keep[k] : 0;
-    patterns->maskShuffle[byte] = masked ? static_cast<uint8_t>(pixel * kMaskBytesPerPixel + map.maskGreen) : kZero;
+    patterns->maskShuffle[byte] =
+        masked ? static_cast<uint8_t>(pixel * kMaskBytesPerPixel + map.maskGreen) : kZeroIndex;
     patterns->maskFlip[byte] = masked ? 0xFF : 0;
   }
   // Sixteen pixels across 64 bytes (packing steps read these too).
   patterns->wideTaken = 0;
   for (int byte = 0, pixel = 0, k = 0; byte < 64; ++byte) {
     const bool inside = pixel < 16 && map.from[k] != PixelMap::kNone;
-    patterns->wide[byte] = inside ? static_cast<uint8_t>(pixel * in + map.from[k]) : kZero;
+    patterns->wide[byte] = inside ? static_cast<uint8_t>(pixel * in + map.from[k]) : kZeroIndex;
     patterns->wideFill[byte] = pixel < 16 ? map.fill[k] : 0;
     patterns->wideKeep[byte] = pixel < 16 ? map.keep[k] : 0;
     if (inside) patterns->wideTaken |= uint64_t{1} << byte;
@@ -62,7 +59,8 @@ void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* pattern
       patterns->pairFill[vector][byte] = map.fill[k];
       patterns->pairKeep[vector][byte] = map.keep[k];
       if (map.from[k] == PixelMap::kNone) continue;
-      patterns->pair[vector][byte] = static_cast<uint8_t>(pixel * in + map.from[k] - 64 * PairFirst(vector, in, out));
+      patterns->pair[vector][byte] =
+          static_cast<uint8_t>(pixel * in + map.from[k] - 64 * PairFirst<64>(vector, in, out));
       patterns->pairTaken[vector] |= uint64_t{1} << byte;
     }
   }

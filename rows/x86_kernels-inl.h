@@ -238,7 +238,7 @@ PIXELBRIDGE_ROW_ENTRY void FourToFourMasked(const uint8_t* src, const uint8_t* m
 // (bytes 4j to 4j + 3) of each 16-byte lane, and one permute puts the groups in order.
 template <bool kStream>
 PIXELBRIDGE_KERNEL inline void FourToOneSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  // The pattern gathers four pixels' channel into group 0 (0x80 elsewhere); rotated, into group j.
+  // The pattern gathers four pixels' channel into group 0 (kZeroIndex elsewhere); rotated, into group j.
   const __m128i first = Load16(p.shuffle);
   alignas(16) uint8_t rotated[4][16];
   Store16(rotated[0], first);
