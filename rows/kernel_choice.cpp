@@ -1,5 +1,5 @@
 // The kernel table, made from the shape list's entries per processor family (the figures
-// behind them stand beside them there), and the choice of a call's kernel.
+// behind them are in docs/performance.md), and the choice of a call's kernel.
 #include "rows/kernel_choice.h"
 
 #include "platform/architecture.h"
