@@ -4,7 +4,9 @@
 // last-level cache's size, from CPUID's cache leaves, which sets when stores stream.
 #include "platform/cpu.h"
 
-#if defined(__i386__) || defined(__x86_64__)
+#include "platform/architecture.h"
+
+#if PIXELBRIDGE_X86
 #include <cpuid.h>
 #if defined(__APPLE__)
 #include <sys/sysctl.h>
@@ -14,7 +16,7 @@
 #include <sys/auxv.h>
 #endif
 
-#if defined(__i386__) || defined(__x86_64__)
+#if PIXELBRIDGE_X86
 Processor ProcessorFrom(const CpuidAnswers& answers) {
   enum { kEax, kEbx, kEcx, kEdx };
   Processor processor;
@@ -50,7 +52,7 @@ Processor ProcessorFrom(const CpuidAnswers& answers) {
 
 namespace {
 
-#if defined(__i386__) || defined(__x86_64__)
+#if PIXELBRIDGE_X86
 #if defined(__APPLE__)
 // A feature the system reports under hw.optional (absent: the processor lacks it).
 bool SystemHas(const char* name) {
@@ -143,7 +145,7 @@ SimdLevel ActiveSimdLevel() {
 }
 
 const char* SimdLevelName(SimdLevel level) {
-#if defined(__aarch64__) || defined(__arm__)
+#if PIXELBRIDGE_ARM
   static const char* const kNames[] = {"scalar", "NEON"};
 #else
   static const char* const kNames[] = {"scalar", "SSSE3", "AVX2", "AVX-512"};

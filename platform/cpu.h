@@ -4,11 +4,13 @@
 
 #include <cstdint>
 
+#include "platform/architecture.h"
+
 // Levels are numbered from 0, the plain kernels, up to the widest this processor family
 // has; tests force each level in turn by its number.
 enum class SimdLevel : int {
   kScalar = 0,
-#if defined(__aarch64__) || defined(__arm__)
+#if PIXELBRIDGE_ARM
   kNEON = 1,  // 16-byte vectors with byte table lookups and (de)interleaving loads and stores
   kWidest = kNEON,
 #else
@@ -28,7 +30,7 @@ struct Processor {
   SimdLevel level = SimdLevel::kScalar;  // the widest level it and the operating system support
 };
 
-#if defined(__i386__) || defined(__x86_64__)
+#if PIXELBRIDGE_X86
 // The CPUID leaves (registers EAX, EBX, ECX, EDX) and the XCR0 register that tell a processor.
 struct CpuidAnswers {
   uint32_t leaf0[4];  // the highest leaf and the vendor's name

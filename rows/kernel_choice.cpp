@@ -1,6 +1,8 @@
 // The kernel table, made from the shape list's entries per processor family (the figures
-// behind them stand beside them there), and the choice of a call's kernel.
+// behind them are in docs/performance.md), and the choice of a call's kernel.
 #include "rows/kernel_choice.h"
+
+#include "platform/architecture.h"
 
 namespace {
 
@@ -15,7 +17,7 @@ constexpr FamilyChoices kAnyOther = {"any other processor",
 #undef PIXELBRIDGE_ROW_SHAPE
                                      }}};
 
-#if defined(__i386__) || defined(__x86_64__)
+#if PIXELBRIDGE_X86
 constexpr SimdLevel kAVX2 = SimdLevel::kAVX2, kAVX512 = SimdLevel::kAVX512;
 constexpr FamilyChoices kAMDFamily25 = {"AMD family 25 (Zen 3, Zen 4)",
                                         {{
@@ -28,7 +30,7 @@ constexpr FamilyChoices kAMDFamily25 = {"AMD family 25 (Zen 3, Zen 4)",
 // The table's rows: any other processor first, then the families this build has rows for.
 const FamilyChoices* const kRows[] = {
     &kAnyOther,
-#if defined(__i386__) || defined(__x86_64__)
+#if PIXELBRIDGE_X86
     &kAMDFamily25,
 #endif
 };
@@ -39,7 +41,7 @@ const FamilyChoices* gRowHeld = nullptr;  // null: this processor's own row
 }  // namespace
 
 const FamilyChoices& ChoicesFor(const Processor& processor) {
-#if defined(__i386__) || defined(__x86_64__)
+#if PIXELBRIDGE_X86
   if (processor.vendor == Vendor::kAMD && processor.family == 25) return kAMDFamily25;
 #else
   (void)processor;

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "rows/byte_orders.h"
+
 // Every picture pixel is four bytes: 32 bits, the depth of the pictures the plug-in opens
 // and makes.
 constexpr int32_t kPictureBytesPerPixel = 4;
@@ -45,19 +47,18 @@ constexpr FormatGroup GroupOf(int32_t format) {
   }
 }
 
-// Where red, green and blue sit in a pixel of each group, and the fourth byte: alpha or a
-// filler, and what it holds in an opaque pixel.
-struct PixelBytes {
-  int8_t red, green, blue, fourth;
+// The byte order of a pixel of each group, whose fourth byte is alpha or a filler, and what
+// that byte holds in an opaque pixel.
+struct PixelBytes : ByteOrder {
   uint8_t opaque;
 };
 constexpr PixelBytes PixelBytesOf(FormatGroup group) {
   switch (group) {
-    case FormatGroup::kAlphaFirst:  // A, R, G, B
-      return {1, 2, 3, 0, 0xFF};
-    case FormatGroup::kRowTable:  // B, G, R, alpha (0 is opaque there)
-      return {2, 1, 0, 3, 0};
-    default:  // R, G, B, A
-      return {0, 1, 2, 3, 0xFF};
+    case FormatGroup::kAlphaFirst:
+      return {byte_orders::kARGB, 0xFF};
+    case FormatGroup::kRowTable:  // alpha 0 is opaque there
+      return {byte_orders::kBGRA, 0};
+    default:
+      return {byte_orders::kRGBA, 0xFF};
   }
 }

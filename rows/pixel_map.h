@@ -7,7 +7,7 @@
 #include <type_traits>
 
 #include "rows/pixel_format.h"
-#include "rows/row_shapes.h"
+#include "rows/row_shape_enum.h"
 
 // Output pixel x starts outputStride × x bytes into the row and is made from the input pixel
 // inputStride × x bytes in, of which only the first inputBytes are sure to be there (a gray

@@ -3,20 +3,18 @@
 
 #include <cstring>
 
+#include "platform/architecture.h"
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
 
-namespace {
-constexpr uint8_t kZero = 0x80;  // a shuffle index that gives 0
-}  // namespace
-
 // Each SIMD level's set, defined in its own translation unit.
-#if defined(__i386__) || defined(__x86_64__)
+#if PIXELBRIDGE_X86
 extern const RowKernelSet kRowKernelsSSSE3;
 extern const RowKernelSet kRowKernelsAVX2;
 extern const RowKernelSet kRowKernelsAVX512;
-#elif defined(__aarch64__) || defined(__arm__)
+#elif PIXELBRIDGE_ARM
 extern const RowKernelSet kRowKernelsNEON;
 #endif
 
@@ -30,23 +28,24 @@ void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* pattern
     const bool inside = pixel < 4;
     const bool masked = inside && map.maskTo == k;
     patterns->shuffle[byte] =
-        inside && map.from[k] != PixelMap::kNone ? static_cast<uint8_t>(pixel * in + map.from[k]) : kZero;
+        inside && map.from[k] != PixelMap::kNone ? static_cast<uint8_t>(pixel * in + map.from[k]) : kZeroIndex;
     patterns->fill[byte] = inside ? map.fill[k] : 0;
     patterns->keep[byte] = inside ? map.keep[k] : 0;
-    patterns->maskShuffle[byte] = masked ? static_cast<uint8_t>(pixel * kMaskBytesPerPixel + map.maskGreen) : kZero;
+    patterns->maskShuffle[byte] =
+        masked ? static_cast<uint8_t>(pixel * kMaskBytesPerPixel + map.maskGreen) : kZeroIndex;
     patterns->maskFlip[byte] = masked ? 0xFF : 0;
   }
   // Sixteen pixels across 64 bytes (packing steps read these too).
   patterns->wideTaken = 0;
   for (int byte = 0, pixel = 0, k = 0; byte < 64; ++byte) {
     const bool inside = pixel < 16 && map.from[k] != PixelMap::kNone;
-    patterns->wide[byte] = inside ? static_cast<uint8_t>(pixel * in + map.from[k]) : kZero;
+    patterns->wide[byte] = inside ? static_cast<uint8_t>(pixel * in + map.from[k]) : kZeroIndex;
     patterns->wideFill[byte] = pixel < 16 ? map.fill[k] : 0;
     patterns->wideKeep[byte] = pixel < 16 ? map.keep[k] : 0;
     if (inside) patterns->wideTaken |= uint64_t{1} << byte;
     if (++k == out) k = 0, ++pixel;
   }
-#if defined(__i386__) || defined(__x86_64__)
+#if PIXELBRIDGE_X86
   const bool pairs = level == SimdLevel::kAVX512;
 #else
   const bool pairs = false;  // NEON takes its 16-byte pairs from the wide patterns
@@ -60,7 +59,8 @@ void BuildRowPatterns(const PixelMap& map, SimdLevel level, RowPatterns* pattern
       patterns->pairFill[vector][byte] = map.fill[k];
       patterns->pairKeep[vector][byte] = map.keep[k];
       if (map.from[k] == PixelMap::kNone) continue;
-      patterns->pair[vector][byte] = static_cast<uint8_t>(pixel * in + map.from[k] - 64 * PairFirst(vector, in, out));
+      patterns->pair[vector][byte] =
+          static_cast<uint8_t>(pixel * in + map.from[k] - 64 * PairFirst<64>(vector, in, out));
       patterns->pairTaken[vector] |= uint64_t{1} << byte;
     }
   }
@@ -130,7 +130,7 @@ constexpr RowKernelSet kScalar = MakeRowKernelSet(ScalarKernel, NoKernel);
 }  // namespace
 
 const RowKernelSet& RowKernelsFor(SimdLevel level) {
-#if defined(__i386__) || defined(__x86_64__)
+#if PIXELBRIDGE_X86
   switch (level) {
     case SimdLevel::kAVX512:
       return kRowKernelsAVX512;
@@ -141,7 +141,7 @@ const RowKernelSet& RowKernelsFor(SimdLevel level) {
     default:
       break;
   }
-#elif defined(__aarch64__) || defined(__arm__)
+#elif PIXELBRIDGE_ARM
   if (level == SimdLevel::kNEON) return kRowKernelsNEON;
 #else
   (void)level;

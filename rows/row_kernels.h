@@ -7,18 +7,26 @@
 #include "platform/cpu.h"
 #include "rows/pixel_map.h"
 
-// Sixty-four pixels of `in` bytes converted to `out` bytes fill `out` 64-byte vectors;
-// output vector k takes its bytes from input vectors PairFirst(k) and PairFirst(k) + 1.
-constexpr int PairFirst(int k, int in, int out) { return k * 64 / out * in / 64; }
+// A shuffle or lookup index that makes its byte 0: x86 byte shuffles zero a byte whose index
+// has its top bit set, and NEON's lookups give 0 for an index past their table.
+constexpr uint8_t kZeroIndex = 0x80;
+
+// Pixels of `in` bytes converted to `out` bytes, kVectorBytes pixels a step (64 with AVX-512's
+// byte permutes, 16 with NEON's lookups), fill `out` vectors of kVectorBytes: output vector k
+// takes its bytes from input vectors PairFirst(k) and PairFirst(k) + 1 of the step.
+template <int kVectorBytes>
+constexpr int PairFirst(int k, int in, int out) {
+  return k * kVectorBytes / out * in / kVectorBytes;
+}
 
 // What the kernels of a call read: the map as 16-byte patterns for four pixels at a time and
 // 64-byte ones for sixteen and sixty-four, and for gray through pixel words, the words (kept
 // by the call beside it).
 struct alignas(64) RowPatterns {
-  uint8_t shuffle[16];  // four pixels: output byte ← input byte (0x80: zero)
+  uint8_t shuffle[16];  // four pixels: output byte ← input byte (kZeroIndex: zero)
   uint8_t fill[16];
   uint8_t keep[16];
-  uint8_t maskShuffle[16];  // the mask's green to its output byte, 0x80 elsewhere
+  uint8_t maskShuffle[16];  // the mask's green to its output byte, kZeroIndex elsewhere
   uint8_t maskFlip[16];     // 0xFF at that byte: green becomes 255 − green
   uint8_t wide[64];         // 16 pixels at once: output byte ← input byte, across the vector
   uint8_t wideFill[64];

@@ -3,7 +3,9 @@
 // channels. 32-bit builds compile this file alone for NEON (the rest keeps the baseline),
 // so it includes nothing whose inline functions another file could share.
 // (Empty on other processors: a universal macOS build compiles every file for each.)
-#if defined(__aarch64__) || defined(__arm__)
+#include "platform/architecture.h"
+
+#if PIXELBRIDGE_ARM
 #include <arm_neon.h>
 
 #include "rows/row_kernels.h"
@@ -70,22 +72,15 @@ void FourToFourMasked(const uint8_t* src, const uint8_t* mask, uint8_t* dst, int
   MapPixels(src + 4 * x, mask + 4 * x, dst + 4 * x, pixels - x, p.map);
 }
 
-// Sixteen pixels of kIn bytes in, kOut bytes out: output vector v's bytes all come from
-// input vectors First(v) and First(v) + 1.
-template <int kIn, int kOut>
-constexpr int First(int v) {
-  return v * 16 / kOut * kIn / 16;
-}
-
 // Sixteen pixels a step, packing (4 → 3) or unpacking (3 → 4): each output vector is one
 // lookup in the pair of input vectors it spans. Its indexes are the wide patterns' less
-// the pair's start; a byte that takes nothing (0x80, less at most 32) stays past the pair.
+// the pair's start; a byte that takes nothing (kZeroIndex, less at most 32) stays past the pair.
 template <int kIn, int kOut, bool kKeeping>
 void PairRow(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
   uint8x16_t index[kOut], fill[kOut], keep[kOut];
 #pragma GCC unroll 4
   for (int v = 0; v < kOut; ++v) {
-    index[v] = vsubq_u8(vld1q_u8(p.wide + 16 * v), vdupq_n_u8(static_cast<uint8_t>(16 * First<kIn, kOut>(v))));
+    index[v] = vsubq_u8(vld1q_u8(p.wide + 16 * v), vdupq_n_u8(static_cast<uint8_t>(16 * PairFirst<16>(v, kIn, kOut))));
     fill[v] = vld1q_u8(p.wideFill + 16 * v);
     keep[v] = vld1q_u8(p.wideKeep + 16 * v);
   }
@@ -99,7 +94,7 @@ void PairRow(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels, c
     in[kIn] = in[kIn - 1];  // the last output vector's pair, whose second half it doesn't read
 #pragma GCC unroll 4
     for (int v = 0; v < kOut; ++v) {
-      const int first = First<kIn, kOut>(v);
+      const int first = PairFirst<16>(v, kIn, kOut);
       uint8x16_t out = vorrq_u8(Lookup(in[first], in[first + 1], index[v]), fill[v]);
       if (kKeeping) out = vbslq_u8(keep[v], vld1q_u8(d + 16 * v), out);
       vst1q_u8(d + 16 * v, out);

@@ -5,7 +5,9 @@
 // destination ones 0 to 63, and rows that end at a page's end; the kernel table over CPUID
 // answers.
 #include <gtest/gtest.h>
-#if defined(__i386__) || defined(__x86_64__)
+
+#include "platform/architecture.h"
+#if PIXELBRIDGE_X86
 #include <cpuid.h>
 #endif
 
@@ -188,7 +190,7 @@ TEST(Kernels, GrayTablesMatchThePlainLoops) {
   }
 }
 
-#if defined(__i386__) || defined(__x86_64__)
+#if PIXELBRIDGE_X86
 // CPUID answers: the vendor's name, leaf 1's signature (family and model) and the features.
 CpuidAnswers Answers(const char* vendor, uint32_t signature, const char* features, uint64_t xcr0 = 0xE7) {
   CpuidAnswers answers{{7}, {signature}, {}, xcr0};

@@ -60,8 +60,8 @@ bool CopyPictureLines(const CopyRequest& request) {
   // The mask, when there is one, gives the lines and the pixels per line; a line stops at
   // the receiver's width so that nothing past its rows is read, and a receiver without rows
   // has no pixels to give (its lines past the end would rest on a row 0 it doesn't have).
-  const PictureEditor& shape = request.withMask ? mask : source;
-  const LineRange lines = LinesToCopy(request.startLine, request.endLine, shape.Height);
+  const PictureEditor& sizedBy = request.withMask ? mask : source;
+  const LineRange lines = LinesToCopy(request.startLine, request.endLine, sizedBy.Height);
   const int32_t pixels = !request.withMask ? source.Width : source.Height > 0 ? std::min(mask.Width, source.Width) : 0;
 
   const FormatGroup sourceGroup = GroupOf(source.PixelFormat);
@@ -72,7 +72,7 @@ bool CopyPictureLines(const CopyRequest& request) {
   auto* base = static_cast<uint8_t*>(REALMemoryBlockGetPtr(request.block));
   if (base == nullptr) return false;
   const PixelMap map = CopyMap(layout, sourceGroup, maskGroup, request.alpha, request.pixelByteSize);
-  const int64_t lineBytes = static_cast<int64_t>(std::max(shape.Width, 0)) * map.outputStride;
+  const int64_t lineBytes = static_cast<int64_t>(std::max(sizedBy.Width, 0)) * map.outputStride;
   const int64_t pitch = std::max<int64_t>(lineBytes, request.destRowBytes);
   if (lines.empty()) return true;
   if (BlockTooSmall(request.block, ExtentOf(request, lines, pitch, lineBytes)))

@@ -19,19 +19,28 @@ struct CopyLayout {
 
 namespace copy_layouts {
 using B = OutByte;
+// Pixels in `order`, whose fourth byte, where it has one, is `fourth`.
+constexpr CopyLayout InOrder(ByteOrder order, OutByte fourth = B::kKeep) {
+  CopyLayout layout{static_cast<uint8_t>(order.bytes()), {B::kKeep, B::kKeep, B::kKeep, B::kKeep}};
+  layout.bytes[order.red] = B::kRed;
+  layout.bytes[order.green] = B::kGreen;
+  layout.bytes[order.blue] = B::kBlue;
+  if (order.fourth != ByteOrder::kNoFourth) layout.bytes[order.fourth] = fourth;
+  return layout;
+}
 // Four bytes with alpha (constant or from a mask).
-inline constexpr CopyLayout kARGB{4, {B::kAlpha, B::kRed, B::kGreen, B::kBlue}};
-inline constexpr CopyLayout kABGR{4, {B::kAlpha, B::kBlue, B::kGreen, B::kRed}};
-inline constexpr CopyLayout kRGBA{4, {B::kRed, B::kGreen, B::kBlue, B::kAlpha}};
-inline constexpr CopyLayout kBGRA{4, {B::kBlue, B::kGreen, B::kRed, B::kAlpha}};
+inline constexpr CopyLayout kARGB = InOrder(byte_orders::kARGB, B::kAlpha);
+inline constexpr CopyLayout kABGR = InOrder(byte_orders::kABGR, B::kAlpha);
+inline constexpr CopyLayout kRGBA = InOrder(byte_orders::kRGBA, B::kAlpha);
+inline constexpr CopyLayout kBGRA = InOrder(byte_orders::kBGRA, B::kAlpha);
 // Four bytes whose pad byte keeps what the block held.
-inline constexpr CopyLayout kXRGB{4, {B::kKeep, B::kRed, B::kGreen, B::kBlue}};
-inline constexpr CopyLayout kXBGR{4, {B::kKeep, B::kBlue, B::kGreen, B::kRed}};
-inline constexpr CopyLayout kRGBX{4, {B::kRed, B::kGreen, B::kBlue, B::kKeep}};
-inline constexpr CopyLayout kBGRX{4, {B::kBlue, B::kGreen, B::kRed, B::kKeep}};
+inline constexpr CopyLayout kXRGB = InOrder(byte_orders::kARGB, B::kKeep);
+inline constexpr CopyLayout kXBGR = InOrder(byte_orders::kABGR, B::kKeep);
+inline constexpr CopyLayout kRGBX = InOrder(byte_orders::kRGBA, B::kKeep);
+inline constexpr CopyLayout kBGRX = InOrder(byte_orders::kBGRA, B::kKeep);
 // Three packed bytes.
-inline constexpr CopyLayout kRGB{3, {B::kRed, B::kGreen, B::kBlue, B::kKeep}};
-inline constexpr CopyLayout kBGR{3, {B::kBlue, B::kGreen, B::kRed, B::kKeep}};
+inline constexpr CopyLayout kRGB = InOrder(byte_orders::kRGB);
+inline constexpr CopyLayout kBGR = InOrder(byte_orders::kBGR);
 // One byte at the start of every PixelByteSize bytes.
 inline constexpr CopyLayout kR{0, {B::kRed, B::kKeep, B::kKeep, B::kKeep}};
 inline constexpr CopyLayout kG{0, {B::kGreen, B::kKeep, B::kKeep, B::kKeep}};

@@ -16,12 +16,16 @@ struct SourceLayout {
 };
 
 namespace source_layouts {
-inline constexpr SourceLayout kARGB{4, 4, 1, 2, 3};
-inline constexpr SourceLayout kABGR{4, 4, 3, 2, 1};
-inline constexpr SourceLayout kBGRA{4, 4, 2, 1, 0};
-inline constexpr SourceLayout kRGBA{4, 4, 0, 1, 2};
-inline constexpr SourceLayout kBGR{3, 3, 2, 1, 0};
-inline constexpr SourceLayout kRGB{3, 3, 0, 1, 2};
+// Pixels in `order`, back to back.
+constexpr SourceLayout InOrder(ByteOrder order) {
+  return {order.bytes(), order.bytes(), order.red, order.green, order.blue};
+}
+inline constexpr SourceLayout kARGB = InOrder(byte_orders::kARGB);
+inline constexpr SourceLayout kABGR = InOrder(byte_orders::kABGR);
+inline constexpr SourceLayout kBGRA = InOrder(byte_orders::kBGRA);
+inline constexpr SourceLayout kRGBA = InOrder(byte_orders::kRGBA);
+inline constexpr SourceLayout kBGR = InOrder(byte_orders::kBGR);
+inline constexpr SourceLayout kRGB = InOrder(byte_orders::kRGB);
 inline constexpr SourceLayout Gray(int32_t pixelByteSize) { return {pixelByteSize, 1, 0, 0, 0}; }
 }  // namespace source_layouts
 

@@ -5,8 +5,8 @@
 // (16, 32 or 64); everything here is internal to that unit, its kernel set kLevelKernels too.
 // Four-byte shapes shuffle within 16-byte lanes and so run at the full width (here); packing
 // and gray shapes cross lanes, and run as byte permutes of the whole vector where the level
-// has them (row_kernels_permute-inl.h) or else with lane shuffles and dword permutes
-// (row_kernels_pack-inl.h). The 16- and 32-byte kernels can store around the caches.
+// has them (x86_permute_kernels-inl.h) or else with lane shuffles and dword permutes
+// (x86_pack_kernels-inl.h). The 16- and 32-byte kernels can store around the caches.
 #include <immintrin.h>
 
 #include <type_traits>
@@ -229,16 +229,16 @@ PIXELBRIDGE_ROW_ENTRY void FourToFourMasked(const uint8_t* src, const uint8_t* m
 }
 
 #if PIXELBRIDGE_VECTOR_BYTES == 64
-#include "rows/row_kernels_permute-inl.h"
+#include "rows/x86_permute_kernels-inl.h"
 #else
-#include "rows/row_kernels_pack-inl.h"
+#include "rows/x86_pack_kernels-inl.h"
 #endif
 
 // A vector of output bytes a step: the channel of input vector j's pixels goes to group j
 // (bytes 4j to 4j + 3) of each 16-byte lane, and one permute puts the groups in order.
 template <bool kStream>
 PIXELBRIDGE_KERNEL inline void FourToOneSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
-  // The pattern gathers four pixels' channel into group 0 (0x80 elsewhere); rotated, into group j.
+  // The pattern gathers four pixels' channel into group 0 (kZeroIndex elsewhere); rotated, into group j.
   const __m128i first = Load16(p.shuffle);
   alignas(16) uint8_t rotated[4][16];
   Store16(rotated[0], first);

@@ -1,6 +1,6 @@
 // Packing and gray kernels for 16- and 32-byte vectors, whose shuffles stay within 16-byte
 // lanes, storing ordinarily or around the caches. Part of the row kernels' source: included
-// by row_kernels-inl.h inside its unit's anonymous namespace, after the vector shims.
+// by x86_kernels-inl.h inside its unit's anonymous namespace, after the vector shims.
 
 #if PIXELBRIDGE_VECTOR_BYTES == 32
 PIXELBRIDGE_KERNEL inline __m256i Permute8(__m256i v, int a, int b, int c, int d, int e, int f, int g, int h) {

@@ -1,5 +1,5 @@
 // Packing and gray kernels as byte permutes of the whole 64-byte vector (AVX-512 BW and
-// VBMI). Part of the row kernels' source: included by row_kernels-inl.h inside its unit's
+// VBMI). Part of the row kernels' source: included by x86_kernels-inl.h inside its unit's
 // anonymous namespace, after the vector shims.
 
 // Sixty-four pixels a step: every output vector is one permute of the two input vectors
@@ -25,7 +25,7 @@ PIXELBRIDGE_KERNEL inline int32_t PermuteWhole(const uint8_t* src, uint8_t* dst,
     input[kIn] = input[kIn - 1];
 #pragma GCC unroll 4
     for (int k = 0; k < kOut; ++k) {
-      const int first = PairFirst(k, kIn, kOut);
+      const int first = PairFirst<64>(k, kIn, kOut);
       Vec v = Or(_mm512_maskz_permutex2var_epi8(taken[k], input[first], pair[k], input[first + 1]), fills[k]);
       if (kKeeping) v = Or(v, And(_mm512_loadu_si512(dst + kOut * x + 64 * k), keeps[k]));
       _mm512_storeu_si512(dst + kOut * x + 64 * k, v);
