@@ -1,6 +1,7 @@
 // A call's kernel, and what it reads made ready; the last few of each thread kept.
 #include "rows/row_converter.h"
 
+#include <cstdint>
 #include <new>
 
 namespace {
@@ -26,14 +27,22 @@ const RowPatterns* MakeReady(const PixelMap& map, const KernelPick& pick, void* 
 }
 
 // A conversion a thread made ready, found again by its map and its choice. Thread-local
-// storage starts as zeros: an entry without a kernel is empty.
+// storage starts as zeros: an entry without a kernel is empty. A loader may give a thread's
+// storage no more than malloc's 16-byte alignment, whatever the type asks (the Mac runner
+// does), while the kernels load the patterns as aligned 32- and 64-byte vectors: they are
+// placed at their own alignment within the entry's bytes.
 struct Prepared {
   unsigned char map[sizeof(PixelMap)];
   ChoiceKey choice;
   KernelPick pick;
   int users;  // converters that hold it: while one does, no other call changes it
-  alignas(RowPatterns) unsigned char patterns[sizeof(RowPatterns)];
+  unsigned char patternBytes[sizeof(RowPatterns) + alignof(RowPatterns) - 1];
   uint32_t words[256];
+
+  void* patterns() {
+    const uintptr_t at = reinterpret_cast<uintptr_t>(patternBytes);
+    return patternBytes + (-at & (alignof(RowPatterns) - 1));
+  }
 };
 constexpr int kKept = 4;
 thread_local Prepared tKept[kKept];
@@ -77,7 +86,7 @@ RowConverter::RowConverter(const PixelMap& map, int64_t pixels) {
     memcpy(entry->map, &map, sizeof map);
     entry->choice = choice;
     entry->pick = pick;
-    MakeReady(map, pick, entry->patterns, entry->words);
+    MakeReady(map, pick, entry->patterns(), entry->words);
   } else if (entry->pick.reads == RowReads::kWords && ThroughTables(map)) {
     // Words made through tables hold the tables' values, which may have changed since: the
     // map holds where the tables are, not what they hold. They are made again.
@@ -91,7 +100,7 @@ RowConverter::RowConverter(const PixelMap& map, int64_t pixels) {
   ++entry->users;
   users_ = &entry->users;
   kernel_ = entry->pick.kernel;
-  patterns_ = std::launder(reinterpret_cast<const RowPatterns*>(entry->patterns));
+  patterns_ = std::launder(reinterpret_cast<const RowPatterns*>(entry->patterns()));
 }
 
 RowConverter::RowConverter(const PixelMap& map, const KernelPick& pick)
