@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Turns pixelbench's CSV into the README's performance table (Markdown on stdout)."""
+"""Turns pixelbench's CSV into docs/performance.md's table (Markdown on stdout)."""
 import csv
 import sys
 from collections import defaultdict

@@ -16,7 +16,7 @@ trap 'rm -rf "$stage"' EXIT
 rm -rf "$out" && mkdir -p "$out" && out=$(cd "$out" && pwd)
 
 # stage NAME TREE KIND FILE...: the tree's files (stripped with the tree's own strip where
-# KIND's binaries allow it), the licence, README and KIND's INSTALL and NOTICE in NAME/.
+# KIND's binaries allow it), the licence, README and docs/, KIND's INSTALL and NOTICE in NAME/.
 stage() {
   name=pixelbridge-$version-$1 tree=$here/build/$2 kind=$3
   shift 3
@@ -31,7 +31,9 @@ stage() {
     chmod 755 "$dir/$file"
   done
   cp "$here/LICENSE" "$here/README.md" "$here"/release/$kind/* "$dir/"
-  chmod 644 "$dir/LICENSE" "$dir/README.md" "$dir"/INSTALL* "$dir"/NOTICE*
+  mkdir "$dir/docs" && cp "$here"/docs/*.md "$dir/docs/"
+  chmod 644 "$dir/LICENSE" "$dir/README.md" "$dir"/INSTALL* "$dir"/NOTICE* "$dir"/docs/*
+  chmod 755 "$dir/docs"
   find "$dir" -exec touch -h -d "@$epoch" {} +
 }
 tarball() {

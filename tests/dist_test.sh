@@ -11,13 +11,16 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 fail() { echo "dist test: $*" >&2; exit 1; }
 
-# holds PLATFORM SUFFIX FILE...: the archive is there and holds its folder with FILE... alone.
+# Every archive holds the documents too.
+docs="docs/ $(cd "$here/docs" && printf 'docs/%s\n' *.md)"
+# holds PLATFORM SUFFIX FILE...: the archive is there and holds its folder with FILE... and the
+# documents alone.
 holds() {
   folder=pixelbridge-$version-$1
   archive=$dist/$folder.$2
   shift 2
   case $archive in *.zip) list=$(unzip -Z1 "$archive") ;; *) list=$(tar -tzf "$archive") ;; esac
-  [ "$list" = "$(printf "$folder/%s\n" "" "$@" | sort)" ] || fail "$archive holds" $list
+  [ "$list" = "$(printf "$folder/%s\n" "" "$@" $docs | sort)" ] || fail "$archive holds" $list
   case $archive in *.zip) unzip -q "$archive" -d "$work" ;; *) tar -xzf "$archive" -C "$work" ;; esac
   echo "${archive##*/}" >>"$work/archives"
 }

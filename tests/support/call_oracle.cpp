@@ -1,5 +1,5 @@
 // The oracle: the bytes a copy must leave and the pixels a conversion must make, worked out
-// from the methods' names, the lines, pitches, tints and tables the README describes.
+// from the methods' names, the lines, pitches, tints and tables docs/methods.md describes.
 #include <algorithm>
 
 #include "refhost/model/method_names.h"

@@ -1,7 +1,7 @@
 // Calls of the registered methods by number with their arguments by name, checked against
 // the rules every call keeps and, where a case says what it must give, against the test's
 // own account of the methods: the byte order each name spells, and the lines, pitches,
-// tints and tables of the README. Shared by the tests and the fuzzer, so free of any test
+// tints and tables of docs/methods.md. Shared by the tests and the fuzzer, so free of any test
 // framework. Its parts, each with one job and none waiting for another to run first: the
 // spelling of a case line into a call (call_spelling.cpp), the host objects it takes
 // (call_objects.cpp), the bytes and pixels it must leave (call_oracle.cpp) and the rules
@@ -20,7 +20,7 @@
 
 namespace pixeltest {
 
-// Methods as the README numbers them: 1-18 the copies of "Picture", 19-50 the globals.
+// Methods as docs/methods.md numbers them: 1-18 the copies of "Picture", 19-50 the globals.
 constexpr int kMethodCount = 50;
 constexpr int kCopyCount = 18;
 const std::string& DeclarationOf(int number);
