@@ -10,10 +10,10 @@
 namespace pixelhost {
 namespace {
 
-const char kLayouts[] = "ARGB ABGR RGBA BGRA RGB BGR XRGB XBGR RGBX BGRX R G B";
+const char kCopyLayouts[] = "ARGB ABGR RGBA BGRA RGB BGR XRGB XBGR RGBX BGRX R G B";
 
 // The parameters the method must have, from the layout and the options given.
-std::set<std::string> RequiredParams(const std::string& layout, const CommandLine& line) {
+std::set<std::string> CopyParams(const std::string& layout, const CommandLine& line) {
   const bool alphaLayout = layout.size() == 4 && layout.find('X') == std::string::npos;
   std::set<std::string> required{"destination", "offset"};
   if (line.Has("--mask")) required.insert("MaskForAlpha");
@@ -39,11 +39,12 @@ size_t BlockSize(const refhost::Picture& measured, int64_t bytesPerPixel, const 
 
 int RunToMemory(const CommandLine& line) {
   const std::string& layout = line.operands()[0];
-  if (!IsOneOf(layout, kLayouts)) throw UsageError("unknown layout \"" + layout + "\"; to-memory knows " + kLayouts);
+  if (!IsOneOf(layout, kCopyLayouts))
+    throw UsageError("unknown layout \"" + layout + "\"; to-memory knows " + kCopyLayouts);
   if (line.Has("--alpha") && line.Has("--mask")) throw UsageError("--alpha and --mask exclude each other");
   Session session(line);
   const refhost::RegisteredMethod& method =
-      session.Need("Copy" + layout + "toMemoryblockQZV", RequiredParams(layout, line));
+      session.Need("Copy" + layout + "toMemoryblockQZV", CopyParams(layout, line));
 
   refhost::Picture* picture = LoadPicture(session, line.operands()[1]);
   refhost::Picture* mask = line.Has("--mask") ? LoadPicture(session, line.Text("--mask")) : nullptr;
@@ -79,7 +80,7 @@ Command ToMemoryCommand() {
   return {"to-memory",
           "LAYOUT IN.png OUT.raw [--alpha N | --mask M.png] [--offset N] [--start-line N] [--end-line N]\n"
           "      [--dest-row-bytes N] [--pixel-byte-size N] [--yield N] [--little-endian] " +
-              std::string(kHostUsage) + "\n      LAYOUT: " + kLayouts,
+              std::string(kHostUsage) + "\n      LAYOUT: " + kCopyLayouts,
           3,
           WithHostOptions({"--alpha", "--mask", "--offset", "--start-line", "--end-line", "--dest-row-bytes",
                            "--pixel-byte-size", "--yield"}),

@@ -10,7 +10,7 @@
 namespace pixelhost {
 namespace {
 
-const char kLayouts[] = "ARGB ABGR BGRA RGBA BGR RGB GRAY";
+const char kSourceLayouts[] = "ARGB ABGR BGRA RGBA BGR RGB GRAY";
 
 std::string MethodName(const std::string& layout, bool fromPtr) {
   const std::string source = fromPtr ? "Ptr" : "Memoryblock";
@@ -18,7 +18,7 @@ std::string MethodName(const std::string& layout, bool fromPtr) {
 }
 
 // The parameters the method must have, from the layout and the options given.
-std::set<std::string> RequiredParams(const std::string& layout, const CommandLine& line) {
+std::set<std::string> SourceParams(const std::string& layout, const CommandLine& line) {
   std::set<std::string> required{"source", "offset", "width", "height"};
   if (line.Has("--dest")) required.insert("dest");
   if (line.Has("--little-endian")) required.insert("LittleEndian");
@@ -55,7 +55,8 @@ size_t SourceBytes(const std::string& layout, const CommandLine& line, bool from
 
 int RunToPicture(const CommandLine& line) {
   const std::string& layout = line.operands()[0];
-  if (!IsOneOf(layout, kLayouts)) throw UsageError("unknown layout \"" + layout + "\"; to-picture knows " + kLayouts);
+  if (!IsOneOf(layout, kSourceLayouts))
+    throw UsageError("unknown layout \"" + layout + "\"; to-picture knows " + kSourceLayouts);
   if (!line.Has("--width") || !line.Has("--height")) throw UsageError("--width and --height are needed");
   if (line.Has("--tint") && line.Has("--tables")) throw UsageError("--tint and --tables exclude each other");
   const bool fromPtr = line.Has("--ptr");
@@ -64,7 +65,7 @@ int RunToPicture(const CommandLine& line) {
   Session session(line);
   refhost::Host& host = session.host();
   const refhost::RegisteredMethod& method =
-      session.Need(MethodName(layout, fromPtr), RequiredParams(layout, line), optional);
+      session.Need(MethodName(layout, fromPtr), SourceParams(layout, line), optional);
 
   const std::vector<uint8_t> bytes = ReadBytes(line.operands()[1], SourceBytes(layout, line, fromPtr));
   if (fromPtr) CheckPtrSource(layout, line, bytes.size());
@@ -105,7 +106,7 @@ Command ToPictureCommand() {
   return {"to-picture",
           "LAYOUT IN.raw OUT.png --width W --height H [--offset N] [--flip] [--little-endian] [--dest D.png]\n"
           "      [--pixel-byte-size N] [--tint R,G,B] [--tables R.txt,G.txt,B.txt] [--ptr] " +
-              std::string(kHostUsage) + "\n      LAYOUT: " + kLayouts,
+              std::string(kHostUsage) + "\n      LAYOUT: " + kSourceLayouts,
           3,
           WithHostOptions({"--width", "--height", "--offset", "--dest", "--pixel-byte-size", "--tint", "--tables"}),
           {"--flip", "--little-endian", "--ptr"},
