@@ -22,18 +22,15 @@ using os::RoundUp;
 
 }  // namespace
 
-Image::~Image() {
-  if (base_ != nullptr) os::UnmapPages(base_, size_);
-  free(thread_block_);
-}
+Image::~Image() { free(thread_block_); }
 
 bool Image::Map(Slice slice, const Binder& binder, std::string* error) {
   slice_ = std::move(slice);
   const uint64_t start = slice_.ImageStart();
-  size_ = RoundUp(slice_.ImageSize(), kAppleSiliconPage);
-  base_ = os::MapPages(size_);
-  if (base_ == nullptr) {
-    *error = "no room for an image of " + std::to_string(size_) + " bytes";
+  const uint64_t imageBytes = RoundUp(slice_.ImageSize(), kAppleSiliconPage);
+  TakePages(os::MapPages(imageBytes), imageBytes);
+  if (base() == nullptr) {
+    *error = "no room for an image of " + std::to_string(imageBytes) + " bytes";
     return false;
   }
   for (const Segment& segment : slice_.segments) {
@@ -43,44 +40,44 @@ bool Image::Map(Slice slice, const Binder& binder, std::string* error) {
       *error = "segment " + segment.name + " lies outside the image or the file";
       return false;
     }
-    memcpy(base_ + (segment.address - start), slice_.bytes.data() + segment.fileOffset, segment.fileSize);
+    memcpy(base() + (segment.address - start), slice_.bytes.data() + segment.fileOffset, segment.fileSize);
   }
-  const uint64_t slide = reinterpret_cast<uint64_t>(base_) - start;
+  const uint64_t slide = reinterpret_cast<uint64_t>(base()) - start;
   for (uint64_t address : slice_.rebases) {
     if (!InImage(address, 8)) {
       *error = "a rebase outside the image";
       return false;
     }
     uint64_t pointer;
-    memcpy(&pointer, base_ + (address - start), 8);
+    memcpy(&pointer, base() + (address - start), 8);
     pointer += slide;
-    memcpy(base_ + (address - start), &pointer, 8);
+    memcpy(base() + (address - start), &pointer, 8);
   }
   for (const Bind& bind : slice_.binds) {
     uint64_t target = 0;
     const auto own = slice_.exports.find(bind.symbol);
-    if (bind.library <= 0 && own != slice_.exports.end()) target = reinterpret_cast<uint64_t>(base_) + own->second;
+    if (bind.library <= 0 && own != slice_.exports.end()) target = reinterpret_cast<uint64_t>(base()) + own->second;
     else if (!binder(bind, &target, error)) return false;
     if (!InImage(bind.address, 8)) {
       *error = "the bind of " + bind.symbol + " lies outside the image";
       return false;
     }
     target += static_cast<uint64_t>(bind.addend);
-    memcpy(base_ + (bind.address - start), &target, 8);
+    memcpy(base() + (bind.address - start), &target, 8);
   }
   return PlaceThreadLocals(error);
 }
 
 bool Image::InImage(uint64_t address, uint64_t bytes) const {
   const uint64_t start = slice_.ImageStart();
-  return address >= start && address - start <= size_ && bytes <= size_ - (address - start);
+  return address >= start && address - start <= size() && bytes <= size() - (address - start);
 }
 
 void Image::Protect() const {
   for (const Part& part : Parts()) {
     const int protection =
         (part.readable ? PROT_READ : 0) | (part.writable ? PROT_WRITE : 0) | (part.executable ? PROT_EXEC : 0);
-    mprotect(base_ + part.offset, RoundUp(part.bytes, kAppleSiliconPage), protection);
+    mprotect(base() + part.offset, RoundUp(part.bytes, kAppleSiliconPage), protection);
   }
 }
 
@@ -98,7 +95,7 @@ std::string Image::SymbolNear(uint64_t offset) const { return slice_.NearestSymb
 
 uint64_t Image::Export(const std::string& name) const {
   const auto found = slice_.exports.find(name);
-  return found == slice_.exports.end() ? 0 : reinterpret_cast<uint64_t>(base_) + found->second;
+  return found == slice_.exports.end() ? 0 : reinterpret_cast<uint64_t>(base()) + found->second;
 }
 
 // The block: the template sections' initial values, then zeroes; each descriptor gets the
@@ -125,12 +122,12 @@ bool Image::PlaceThreadLocals(std::string* error) {
   const uint64_t start = slice_.ImageStart();
   for (const Section& section : slice_.sections) {
     if (section.type == S_THREAD_LOCAL_REGULAR)
-      memcpy(block + (section.address - low), base_ + (section.address - start), section.size);
+      memcpy(block + (section.address - low), base() + (section.address - start), section.size);
     if (section.type != S_THREAD_LOCAL_VARIABLES) continue;
     for (uint64_t at = section.address; at + sizeof(tlv_descriptor) <= section.address + section.size;
          at += sizeof(tlv_descriptor)) {
       const auto key = reinterpret_cast<uint64_t>(block);
-      memcpy(base_ + (at - start) + offsetof(tlv_descriptor, key), &key, sizeof key);
+      memcpy(base() + (at - start) + offsetof(tlv_descriptor, key), &key, sizeof key);
     }
   }
   return true;

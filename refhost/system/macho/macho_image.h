@@ -18,8 +18,6 @@ class Image : public arm64::GuestImage {
  public:
   Image() = default;
   ~Image() override;
-  Image(const Image&) = delete;
-  Image& operator=(const Image&) = delete;
 
   // The address an import is bound to (0 for a weak import nothing serves), or false with
   // why it can't be served.
@@ -31,8 +29,6 @@ class Image : public arm64::GuestImage {
   void Protect() const;
 
   const Slice& slice() const { return slice_; }
-  uint8_t* base() const override { return base_; }
-  uint64_t size() const override { return size_; }
   // The segments that map (all but __PAGEZERO).
   std::vector<Part> Parts() const override;
   std::string SymbolNear(uint64_t offset) const override;
@@ -45,8 +41,6 @@ class Image : public arm64::GuestImage {
   bool PlaceThreadLocals(std::string* error);
 
   Slice slice_;
-  uint8_t* base_ = nullptr;
-  uint64_t size_ = 0;
   uint8_t* thread_block_ = nullptr;
 };
 

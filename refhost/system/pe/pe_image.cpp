@@ -50,7 +50,6 @@ uint8_t* MapRegion(uint64_t preferred, uint64_t bytes) {
 }  // namespace
 
 Image::~Image() {
-  if (base_ != nullptr) munmap(base_, size_);
   if (thread_pages_ != nullptr) os::UnmapPages(thread_pages_, thread_bytes_);
 }
 
@@ -65,37 +64,37 @@ bool Image::Map(File file, const Binder& binder, std::string* error) {
     *error = "an image base that isn't a multiple of 64 KiB";
     return false;
   }
-  size_ = RoundUp(optional.SizeOfImage, kPage);
-  base_ = MapRegion(optional.ImageBase, size_);
-  if (base_ == nullptr) {
-    *error = "no room for an image of " + std::to_string(size_) + " bytes";
+  const uint64_t imageBytes = RoundUp(optional.SizeOfImage, kPage);
+  TakePages(MapRegion(optional.ImageBase, imageBytes), imageBytes);
+  if (base() == nullptr) {
+    *error = "no room for an image of " + std::to_string(imageBytes) + " bytes";
     return false;
   }
   // The reader has checked that the headers and each section's raw data lie in the file, and
   // each section in the image.
-  memcpy(base_, file_.bytes.data(), std::min<uint64_t>({optional.SizeOfHeaders, file_.bytes.size(), size_}));
+  memcpy(base(), file_.bytes.data(), std::min<uint64_t>({optional.SizeOfHeaders, file_.bytes.size(), size()}));
   for (const Section& section : file_.sections) {
     const IMAGE_SECTION_HEADER& header = section.header;
     const uint64_t bytes = std::min(header.SizeOfRawData, header.VirtualSize != 0 ? header.VirtualSize : UINT32_MAX);
-    memcpy(base_ + header.VirtualAddress, file_.bytes.data() + header.PointerToRawData, bytes);
+    memcpy(base() + header.VirtualAddress, file_.bytes.data() + header.PointerToRawData, bytes);
   }
-  const uint64_t delta = reinterpret_cast<uint64_t>(base_) - optional.ImageBase;
+  const uint64_t delta = reinterpret_cast<uint64_t>(base()) - optional.ImageBase;
   for (const uint32_t rva : file_.relocations) {
     uint64_t word;
-    memcpy(&word, base_ + rva, sizeof word);
-    PutWord(base_ + rva, word + delta);
+    memcpy(&word, base() + rva, sizeof word);
+    PutWord(base() + rva, word + delta);
   }
   for (const Import& import : file_.imports) {
     uint64_t address = 0;
     if (!binder(import, &address, error)) return false;
-    PutWord(base_ + import.slot, address);
+    PutWord(base() + import.slot, address);
   }
   return true;
 }
 
 uint64_t Image::Moved(uint64_t address, uint64_t bytes) const {
   const uint64_t rva = address - file_.optional.ImageBase;
-  return rva <= size_ && bytes <= size_ - rva ? reinterpret_cast<uint64_t>(base_) + rva : 0;
+  return rva <= size() && bytes <= size() - rva ? reinterpret_cast<uint64_t>(base()) + rva : 0;
 }
 
 bool Image::PlaceThreadBlocks(uint64_t stackLimit, uint64_t stackBase, std::string* error) {
@@ -151,12 +150,12 @@ std::string Image::SymbolNear(uint64_t offset) const {
 
 uint64_t Image::Export(const std::string& name) const {
   const auto found = file_.exports.find(name);
-  return found == file_.exports.end() ? 0 : reinterpret_cast<uint64_t>(base_) + found->second;
+  return found == file_.exports.end() ? 0 : reinterpret_cast<uint64_t>(base()) + found->second;
 }
 
 uint64_t Image::EntryPoint() const {
   const uint32_t rva = file_.optional.AddressOfEntryPoint;
-  return rva == 0 ? 0 : reinterpret_cast<uint64_t>(base_) + rva;
+  return rva == 0 ? 0 : reinterpret_cast<uint64_t>(base()) + rva;
 }
 
 std::vector<uint64_t> Image::TlsCallbacks() const {

@@ -20,8 +20,6 @@ class Image : public arm64::GuestImage {
  public:
   Image() = default;
   ~Image() override;
-  Image(const Image&) = delete;
-  Image& operator=(const Image&) = delete;
 
   // The address an import is bound to, or false with why it can't be served.
   using Binder = std::function<bool(const Import& import, uint64_t* address, std::string* error)>;
@@ -36,8 +34,6 @@ class Image : public arm64::GuestImage {
   uint64_t thread_environment_block() const { return reinterpret_cast<uint64_t>(thread_pages_); }
 
   const File& file() const { return file_; }
-  uint8_t* base() const override { return base_; }
-  uint64_t size() const override { return size_; }
   // The sections, as their characteristics say.
   std::vector<Part> Parts() const override;
   std::string SymbolNear(uint64_t offset) const override;
@@ -54,8 +50,6 @@ class Image : public arm64::GuestImage {
   uint64_t Moved(uint64_t address, uint64_t bytes) const;
 
   File file_;
-  uint8_t* base_ = nullptr;
-  uint64_t size_ = 0;
   uint8_t* thread_pages_ = nullptr;
   uint64_t thread_bytes_ = 0;
 };
