@@ -31,7 +31,7 @@ struct PixelMap {
   int8_t unused = 0;             // fills what would be padding: two maps compare as bytes
   const uint8_t* table[4] = {};  // 256 entries each: gray through tints or tables
 
-  int outputBytes() const { return outputStride < 4 ? outputStride : 4; }
+  constexpr int outputBytes() const { return outputStride < 4 ? outputStride : 4; }
   bool operator==(const PixelMap& other) const { return SameBytes(this, &other); }
   // Whether the maps' bytes at `a` and `b` are the same: eight at a time, as the library's
   // comparison isn't always inlined and a map is compared on every call.

@@ -47,17 +47,24 @@ struct Prepared {
 constexpr int kKept = 4;
 thread_local Prepared tKept[kKept];
 thread_local int tNext;
+thread_local int tLastFound;  // a program mostly converts in the layout of its last call
+thread_local int64_t tMadeReady;
+
+bool Holds(const Prepared& kept, const PixelMap& map, const ChoiceKey& choice) {
+  return kept.pick.kernel != nullptr && kept.choice == choice && PixelMap::SameBytes(kept.map, &map);
+}
 
 Prepared* Find(const PixelMap& map, const ChoiceKey& choice) {
-  for (Prepared& kept : tKept)
-    if (kept.pick.kernel != nullptr && kept.choice == choice && PixelMap::SameBytes(kept.map, &map)) return &kept;
+  if (Holds(tKept[tLastFound], map, choice)) return &tKept[tLastFound];
+  for (int index = 0; index < kKept; ++index)
+    if (Holds(tKept[index], map, choice)) return &tKept[tLastFound = index];
   return nullptr;
 }
 
 // The next entry in turn that no converter holds, or null when every one is held.
 Prepared* Free() {
   for (int tries = 0; tries < kKept; ++tries) {
-    Prepared& next = tKept[tNext];
+    Prepared& next = tKept[tLastFound = tNext];
     tNext = (tNext + 1) % kKept;
     if (next.users == 0) return &next;
   }
@@ -75,6 +82,7 @@ RowConverter::RowConverter(const PixelMap& map, int64_t pixels) {
   const ChoiceKey choice = ActiveChoiceKey(bytes);
   Prepared* entry = Find(map, choice);
   if (entry == nullptr) {
+    ++tMadeReady;
     const Shape shape = ShapeOf(map);
     const KernelPick pick = PickKernel(shape, ActiveKernelTable()[shape], bytes);
     entry = Free();
@@ -109,3 +117,5 @@ RowConverter::RowConverter(const PixelMap& map, const KernelPick& pick)
 RowConverter::~RowConverter() {
   if (users_ != nullptr) --*users_;
 }
+
+int64_t ConversionsMadeReady() { return tMadeReady; }

@@ -33,3 +33,7 @@ class RowConverter {
   alignas(RowPatterns) unsigned char own_[sizeof(RowPatterns)];
   uint32_t words_[256];
 };
+
+// How many calls on this thread found no conversion kept for them and made their own: what
+// tells, from outside, that a call found the one kept for it.
+int64_t ConversionsMadeReady();

@@ -67,6 +67,32 @@ TEST(Methods, EveryMethodOnEveryPictureFormat) {
   }
 }
 
+// What a call makes ready for its conversion is found again by a later call only if that call
+// would choose the same kernel: another row of the kernel table, another SIMD level or stores
+// around the caches make their own, and going back finds the first again.
+TEST(Methods, KeptConversionsFollowTheChoiceOfKernel) {
+  pixeltest::InHost(pixeltest::ProbeConfig(), [](refhost::Host& host) {
+    const auto choose = pixeltest::Probe<pixeltest::ChooseKernels>(host, "PixelbridgeProbeChooseAs");
+    const auto madeReady = pixeltest::Probe<int64_t (*)()>(host, "PixelbridgeProbeMadeReady");
+    const std::vector<pixeltest::KernelChoice> choices = pixeltest::KernelChoices(choose);
+    ASSERT_GE(choices.size(), 2u);
+    const pixeltest::KernelChoice first = choices.front(), last = choices.back();
+    struct Step {
+      pixeltest::KernelChoice choice;
+      int64_t streamFrom;
+      int64_t made;  // conversions the call makes ready
+    };
+    for (const Step& step : {Step{first, INT64_MAX, 1}, Step{first, INT64_MAX, 0}, Step{first, 0, 1},
+                             Step{last, INT64_MAX, 1}, Step{first, INT64_MAX, 0}}) {
+      SCOPED_TRACE(step.choice.Name() + (step.streamFrom == 0 ? ", streaming" : ""));
+      ASSERT_TRUE(choose(step.choice.row, step.choice.level, step.streamFrom));
+      const int64_t before = madeReady();
+      pixeltest::ExpectCall(host, "3 picture=4x3 AlphaValue=0x40 -> true");
+      EXPECT_EQ(madeReady() - before, step.made);
+    }
+  });
+}
+
 // A host that answers for no application class is asked again at each open until a granted
 // lock settles its kind (a bitmap context on a desktop host, a true-colour image on a console
 // one), and never after.

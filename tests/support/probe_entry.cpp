@@ -15,6 +15,7 @@
 #include "platform/cpu.h"
 #include "plugin/registration.h"
 #include "rows/kernel_choice.h"
+#include "rows/row_converter.h"
 
 #define PROBE extern "C" PIXELBRIDGE_EXPORTED
 
@@ -54,7 +55,8 @@ PROBE void PixelbridgeProbeFailAllocationsFrom(int call) {
 //   reset by HoldKernelTableRow: gRowHeld
 //   keeps: ThisProcessor::processor LastLevelCacheBytes::bytes ActiveKernelTable::choices
 //          (the processor, its cache and its row of the kernel table: the same for every host)
-//   keeps: tKept tNext (conversions made ready, found by their map and everything that chose them)
+//   keeps: tKept tNext tLastFound tMadeReady (conversions made ready, found by their map and
+//          everything that chose them, where the last one was found, and how many were made)
 
 // Puts every process-global back as it was when the library was loaded, so that a new host
 // can run REALPluginMain again: the cache slot of every host function, the host's version
@@ -116,6 +118,8 @@ PROBE void PixelbridgeProbeCapSimd(int level) { HoldSimdLevel(level); }
 // Calls that move at least `bytes` store around the caches from now on, as calls larger than
 // the last-level cache do (0: every call; -1: as the cache's size says).
 PROBE void PixelbridgeProbeStreamFrom(int64_t bytes) { SetStreamingStoresFrom(bytes); }
+// How many calls on this thread have made a conversion ready, finding none kept for them.
+PROBE int64_t PixelbridgeProbeMadeReady() { return ConversionsMadeReady(); }
 
 // Calls choose their kernels as a processor of row `row` of the kernel table at `level` (at
 // most the detected one) would, and those that move at least `streamFrom` bytes store around
