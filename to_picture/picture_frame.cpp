@@ -16,7 +16,9 @@ bool CheckPictureArguments(const PictureSource& source, int32_t offset, int32_t 
 }
 
 int64_t SourceExtent(int64_t count, int64_t step, int64_t last) {
-  return count > (INT64_MAX - last) / step ? -1 : count * step + last;
+  // Without a division, which would cost a small picture's call more than its pixels.
+  int64_t extent = 0;
+  return __builtin_mul_overflow(count, step, &extent) || __builtin_add_overflow(extent, last, &extent) ? -1 : extent;
 }
 
 const uint8_t* SourceBytes(const PictureSource& source, int32_t offset, int64_t extent) {
