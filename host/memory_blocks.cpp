@@ -2,8 +2,9 @@
 #include "host/memory_blocks.h"
 
 #include "host/host_functions.h"
+#include "platform/hot_path.h"
 
-bool BlockTooSmall(REALmemoryBlockStruct* block, int64_t extent) {
+PIXELBRIDGE_HOT bool BlockTooSmall(REALmemoryBlockStruct* block, int64_t extent) {
   if (extent < 0) return true;
   if (REALMemoryBlockGetSize.Resolve() == nullptr) return false;
   const int32_t size = REALMemoryBlockGetSize(block);

@@ -8,6 +8,7 @@
 #include "host/host_functions.h"
 #include "host/host_kind.h"
 #include "platform/core_graphics.h"
+#include "platform/hot_path.h"
 
 namespace {
 
@@ -17,7 +18,8 @@ constexpr int32_t kLargestNewPicture = 32767;
 REALobjectStruct* AsObject(REALpictureStruct* picture) { return reinterpret_cast<REALobjectStruct*>(picture); }
 
 // Locks `picture` as `type`. Hosts before 2012.0 expect an unlock even after a refusal.
-bool LockDescription(REALpictureStruct* picture, REALpictureDescription* description, RBPixelType type) {
+PIXELBRIDGE_HOT bool LockDescription(REALpictureStruct* picture, REALpictureDescription* description,
+                                     RBPixelType type) {
   *description = REALpictureDescription{};
   if (REALLockPictureDescription(picture, description, type)) return true;
   if (rbversion < kFirstHostWithoutUnlockAfterRefusal) REALUnlockPictureDescription(picture);
@@ -67,16 +69,17 @@ void CopyRows(REALpictureStruct* picture, REALpictureStruct* copy) {
 
 }  // namespace
 
-bool PictureEditor::GetPictureEditor(REALpictureStruct* picture, bool forReading, bool forWriting) {
+PIXELBRIDGE_HOT bool PictureEditor::GetPictureEditor(REALpictureStruct* picture, bool forReading, bool forWriting) {
   return HostCanHoldPictures() && Open(picture, forReading, forWriting, true);
 }
 
-bool PictureEditor::HostCanHoldPictures() {
+PIXELBRIDGE_HOT bool PictureEditor::HostCanHoldPictures() {
   return REALLockObject.Resolve() != nullptr && REALUnlockObject.Resolve() != nullptr &&
          REALUnlockPictureDescription.Resolve() != nullptr;
 }
 
-bool PictureEditor::Open(REALpictureStruct* picture, bool forReading, bool forWriting, bool mayDrawCopy) {
+PIXELBRIDGE_HOT bool PictureEditor::Open(REALpictureStruct* picture, bool forReading, bool forWriting,
+                                         bool mayDrawCopy) {
   ReleasePictureEditor();
   if (picture == nullptr) return false;
   ForWriting = forWriting;
@@ -92,7 +95,7 @@ bool PictureEditor::Open(REALpictureStruct* picture, bool forReading, bool forWr
   return OpenTrueColor(picture);
 }
 
-bool PictureEditor::OpenBitmapContext(REALpictureStruct* picture) {
+PIXELBRIDGE_HOT bool PictureEditor::OpenBitmapContext(REALpictureStruct* picture) {
   IsDesktop = true;
   if (Description.type != kRBPixelTypeBitmapContext || Description.data == nullptr) return FailLocked(picture);
   auto context = static_cast<CGContextRef>(Description.data);
@@ -152,7 +155,7 @@ bool PictureEditor::OpenDrawnCopy(REALpictureStruct* picture) {
   return open;
 }
 
-void PictureEditor::Hold(REALpictureStruct* picture) {
+PIXELBRIDGE_HOT void PictureEditor::Hold(REALpictureStruct* picture) {
   REALLockObject(AsObject(picture));
   Picture = picture;
   DescriptionLocked = true;
@@ -170,7 +173,7 @@ void PictureEditor::NextRow() {
   else CurrentRow = BaseAddress;
 }
 
-void PictureEditor::GiveBack() {
+PIXELBRIDGE_HOT void PictureEditor::GiveBack() {
   if (DescriptionLocked) {
     if (Picture != nullptr) REALUnlockPictureDescription(Picture);
     DescriptionLocked = false;
@@ -182,7 +185,7 @@ void PictureEditor::GiveBack() {
   }
 }
 
-REALpictureStruct* PictureEditor::RenderPictureWriter() {
+PIXELBRIDGE_HOT REALpictureStruct* PictureEditor::RenderPictureWriter() {
   REALpictureStruct* result = Picture;
   if (result != nullptr) {
     REALLockObject(reinterpret_cast<REALobjectStruct*>(result));
@@ -192,7 +195,7 @@ REALpictureStruct* PictureEditor::RenderPictureWriter() {
   return result;
 }
 
-bool PictureWriter::NewPictureWriter(REALpictureStruct* destination, int32_t width, int32_t height) {
+PIXELBRIDGE_HOT bool PictureWriter::NewPictureWriter(REALpictureStruct* destination, int32_t width, int32_t height) {
   if (!HostCanHoldPictures()) return false;
   if (destination != nullptr) {
     auto* object = reinterpret_cast<REALobjectStruct*>(destination);

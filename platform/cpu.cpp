@@ -5,6 +5,7 @@
 #include "platform/cpu.h"
 
 #include "platform/architecture.h"
+#include "platform/hot_path.h"
 
 #if PIXELBRIDGE_X86
 #include <cpuid.h>
@@ -127,14 +128,14 @@ int gHeld = -1;  // -1: not held
 
 }  // namespace
 
-const Processor& ThisProcessor() {
+PIXELBRIDGE_HOT const Processor& ThisProcessor() {
   static const Processor processor = Detect();
   return processor;
 }
 
-SimdLevel DetectedSimdLevel() { return ThisProcessor().level; }
+PIXELBRIDGE_HOT SimdLevel DetectedSimdLevel() { return ThisProcessor().level; }
 
-int HeldSimdLevel() {
+PIXELBRIDGE_HOT int HeldSimdLevel() {
   return gHeld < 0 ? -1 : gHeld < static_cast<int>(DetectedSimdLevel()) ? gHeld : static_cast<int>(DetectedSimdLevel());
 }
 
@@ -154,7 +155,7 @@ const char* SimdLevelName(SimdLevel level) {
   return index >= 0 && index <= static_cast<int>(SimdLevel::kWidest) ? kNames[index] : "unknown";
 }
 
-int64_t LastLevelCacheBytes() {
+PIXELBRIDGE_HOT int64_t LastLevelCacheBytes() {
   static const int64_t bytes = DetectLastLevelCache();
   return bytes;
 }

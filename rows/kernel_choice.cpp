@@ -3,6 +3,7 @@
 #include "rows/kernel_choice.h"
 
 #include "platform/architecture.h"
+#include "platform/hot_path.h"
 
 namespace {
 
@@ -68,11 +69,11 @@ KernelTable ActiveKernelTable() {
   return KernelTableFor(choices, ActiveSimdLevel(), HeldSimdLevel() >= 0);
 }
 
-ChoiceKey ActiveChoiceKey(int64_t bytesMoved) {
+PIXELBRIDGE_HOT ChoiceKey ActiveChoiceKey(int64_t bytesMoved) {
   return {gRowHeld, HeldSimdLevel(), bytesMoved >= StreamingStoresFrom()};
 }
 
-int64_t StreamingStoresFrom() {
+PIXELBRIDGE_HOT int64_t StreamingStoresFrom() {
   if (gStreamingStoresFrom >= 0) return gStreamingStoresFrom;
   const int64_t cache = LastLevelCacheBytes();
   return cache > 0 ? cache + 1 : INT64_MAX;

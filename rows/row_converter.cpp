@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <new>
 
+#include "platform/hot_path.h"
+
 namespace {
 
 // What the kernel reads, made ready from the map in `storage` (and `words`) as `pick` says.
@@ -77,7 +79,7 @@ bool ThroughTables(const PixelMap& map) {
 
 }  // namespace
 
-RowConverter::RowConverter(const PixelMap& map, int64_t pixels) {
+PIXELBRIDGE_HOT RowConverter::RowConverter(const PixelMap& map, int64_t pixels) {
   const int64_t bytes = BytesMoved(map, pixels);
   const ChoiceKey choice = ActiveChoiceKey(bytes);
   Prepared* entry = Find(map, choice);
@@ -114,7 +116,7 @@ RowConverter::RowConverter(const PixelMap& map, int64_t pixels) {
 RowConverter::RowConverter(const PixelMap& map, const KernelPick& pick)
     : kernel_(pick.kernel), patterns_(MakeReady(map, pick, own_, words_)) {}
 
-RowConverter::~RowConverter() {
+PIXELBRIDGE_HOT RowConverter::~RowConverter() {
   if (users_ != nullptr) --*users_;
 }
 

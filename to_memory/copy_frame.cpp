@@ -8,6 +8,7 @@
 #include "host/memory_blocks.h"
 #include "host/yield.h"
 #include "pixels/picture_editor.h"
+#include "platform/hot_path.h"
 #include "rows/row_converter.h"
 
 namespace {
@@ -47,7 +48,7 @@ bool ScreenCopyRequest(const CopyRequest& request) {
 
 }  // namespace
 
-bool CopyPictureLines(const CopyRequest& request) {
+PIXELBRIDGE_HOT bool CopyPictureLines(const CopyRequest& request) {
   if (!ScreenCopyRequest(request)) return false;
   const CopyLayout& layout = *request.layout;
   if (layout.bytesPerPixel == 0 && request.pixelByteSize < 1)

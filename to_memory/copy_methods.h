@@ -2,14 +2,16 @@
 // instantiation per layout.
 #pragma once
 
+#include "platform/hot_path.h"
 #include "to_memory/copy_frame.h"
 
 namespace copy_methods {
 
 // (offset, AlphaValue, StartLine, EndLine, Yield, DestRowBytes)
 template <const CopyLayout& kLayout>
-bool WithAlpha(REALpictureStruct* picture, REALmemoryBlockStruct* destination, int32_t offset, int32_t alphaValue,
-               int32_t startLine, int32_t endLine, int32_t yield, int32_t destRowBytes) {
+PIXELBRIDGE_HOT bool WithAlpha(REALpictureStruct* picture, REALmemoryBlockStruct* destination, int32_t offset,
+                               int32_t alphaValue, int32_t startLine, int32_t endLine, int32_t yield,
+                               int32_t destRowBytes) {
   CopyRequest request{picture, destination, offset, startLine, endLine, yield, destRowBytes, &kLayout};
   request.alpha = alphaValue;
   return CopyPictureLines(request);
@@ -17,9 +19,9 @@ bool WithAlpha(REALpictureStruct* picture, REALmemoryBlockStruct* destination, i
 
 // (offset, MaskForAlpha, StartLine, EndLine, Yield, DestRowBytes)
 template <const CopyLayout& kLayout, bool kMaskCheckedFirst = false>
-bool WithMask(REALpictureStruct* picture, REALmemoryBlockStruct* destination, int32_t offset,
-              REALpictureStruct* maskForAlpha, int32_t startLine, int32_t endLine, int32_t yield,
-              int32_t destRowBytes) {
+PIXELBRIDGE_HOT bool WithMask(REALpictureStruct* picture, REALmemoryBlockStruct* destination, int32_t offset,
+                              REALpictureStruct* maskForAlpha, int32_t startLine, int32_t endLine, int32_t yield,
+                              int32_t destRowBytes) {
   CopyRequest request{picture, destination, offset, startLine, endLine, yield, destRowBytes, &kLayout};
   request.withMask = true;
   request.mask = maskForAlpha;
@@ -29,15 +31,16 @@ bool WithMask(REALpictureStruct* picture, REALmemoryBlockStruct* destination, in
 
 // (offset, StartLine, EndLine, Yield, DestRowBytes)
 template <const CopyLayout& kLayout>
-bool WithoutAlpha(REALpictureStruct* picture, REALmemoryBlockStruct* destination, int32_t offset, int32_t startLine,
-                  int32_t endLine, int32_t yield, int32_t destRowBytes) {
+PIXELBRIDGE_HOT bool WithoutAlpha(REALpictureStruct* picture, REALmemoryBlockStruct* destination, int32_t offset,
+                                  int32_t startLine, int32_t endLine, int32_t yield, int32_t destRowBytes) {
   return CopyPictureLines({picture, destination, offset, startLine, endLine, yield, destRowBytes, &kLayout});
 }
 
 // (offset, PixelByteSize, StartLine, EndLine, Yield, DestRowBytes)
 template <const CopyLayout& kLayout>
-bool Channel(REALpictureStruct* picture, REALmemoryBlockStruct* destination, int32_t offset, int32_t pixelByteSize,
-             int32_t startLine, int32_t endLine, int32_t yield, int32_t destRowBytes) {
+PIXELBRIDGE_HOT bool Channel(REALpictureStruct* picture, REALmemoryBlockStruct* destination, int32_t offset,
+                             int32_t pixelByteSize, int32_t startLine, int32_t endLine, int32_t yield,
+                             int32_t destRowBytes) {
   CopyRequest request{picture, destination, offset, startLine, endLine, yield, destRowBytes, &kLayout};
   request.pixelByteSize = pixelByteSize;
   return CopyPictureLines(request);

@@ -5,9 +5,10 @@
 #include "host/host_functions.h"
 #include "host/memory_blocks.h"
 #include "pixels/picture_editor.h"
+#include "platform/hot_path.h"
 #include "rows/row_converter.h"
 
-bool CheckPictureArguments(const PictureSource& source, int32_t offset, int32_t width, int32_t height) {
+PIXELBRIDGE_HOT bool CheckPictureArguments(const PictureSource& source, int32_t offset, int32_t width, int32_t height) {
   if (source.isNil()) return RaiseException(kNilObjectException, kMemoryblockIsNil), false;
   if (width < 1) return RaiseException(kUnsupportedOperationException, kWidthTooSmall), false;
   if (height < 1) return RaiseException(kUnsupportedOperationException, kHeightTooSmall), false;
@@ -15,13 +16,13 @@ bool CheckPictureArguments(const PictureSource& source, int32_t offset, int32_t 
   return true;
 }
 
-int64_t SourceExtent(int64_t count, int64_t step, int64_t last) {
+PIXELBRIDGE_HOT int64_t SourceExtent(int64_t count, int64_t step, int64_t last) {
   // Without a division, which would cost a small picture's call more than its pixels.
   int64_t extent = 0;
   return __builtin_mul_overflow(count, step, &extent) || __builtin_add_overflow(extent, last, &extent) ? -1 : extent;
 }
 
-const uint8_t* SourceBytes(const PictureSource& source, int32_t offset, int64_t extent) {
+PIXELBRIDGE_HOT const uint8_t* SourceBytes(const PictureSource& source, int32_t offset, int64_t extent) {
   if (source.pointer != nullptr) {
     // No size comes with a raw address, but no source can reach past the address space.
     if (extent < 0 || extent > INTPTR_MAX - offset) return nullptr;
@@ -33,9 +34,9 @@ const uint8_t* SourceBytes(const PictureSource& source, int32_t offset, int64_t 
   return base != nullptr ? base + offset : nullptr;
 }
 
-REALpictureStruct* WritePictureRows(REALpictureStruct* destination, int32_t width, int32_t height,
-                                    const uint8_t* firstRow, int64_t rowStep, const SourceLayout& layout,
-                                    const GrayTables* tables) {
+PIXELBRIDGE_HOT REALpictureStruct* WritePictureRows(REALpictureStruct* destination, int32_t width, int32_t height,
+                                                    const uint8_t* firstRow, int64_t rowStep,
+                                                    const SourceLayout& layout, const GrayTables* tables) {
   PictureWriter writer;
   if (!writer.NewPictureWriter(destination, width, height)) return nullptr;
   const FormatGroup group = GroupOf(writer.PixelFormat);

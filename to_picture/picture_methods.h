@@ -2,6 +2,7 @@
 // one frame per family, one instantiation per source kind and layout.
 #pragma once
 
+#include "platform/hot_path.h"
 #include "to_picture/picture_frame.h"
 
 namespace picture_methods {
@@ -9,8 +10,8 @@ namespace picture_methods {
 // The colour frame: rows of `kLayout` pixels from the source into `dest` or a new picture.
 // Flipped, picture row 0 takes the last source row.
 template <typename Source, const SourceLayout& kLayout>
-REALpictureStruct* Convert(REALpictureStruct* dest, typename Source::Handle source, int32_t offset, int32_t width,
-                           int32_t height, bool flipVertically) {
+PIXELBRIDGE_HOT REALpictureStruct* Convert(REALpictureStruct* dest, typename Source::Handle source, int32_t offset,
+                                           int32_t width, int32_t height, bool flipVertically) {
   const PictureSource from = Source::Of(source);
   if (!CheckPictureArguments(from, offset, width, height)) return nullptr;
   const int64_t pitch = int64_t{width} * kLayout.stride;
@@ -22,26 +23,26 @@ REALpictureStruct* Convert(REALpictureStruct* dest, typename Source::Handle sour
 
 // (dest, source, offset, width, height)
 template <typename Source, const SourceLayout& kLayout>
-REALpictureStruct* WithDest(REALpictureStruct* dest, typename Source::Handle source, int32_t offset, int32_t width,
-                            int32_t height) {
+PIXELBRIDGE_HOT REALpictureStruct* WithDest(REALpictureStruct* dest, typename Source::Handle source, int32_t offset,
+                                            int32_t width, int32_t height) {
   return Convert<Source, kLayout>(dest, source, offset, width, height, false);
 }
 
 // (dest, source, offset, width, height, FlipVertically)
 template <typename Source, const SourceLayout& kLayout>
-REALpictureStruct* Flippable(REALpictureStruct* dest, typename Source::Handle source, int32_t offset, int32_t width,
-                             int32_t height, signed char flipVertically) {
+PIXELBRIDGE_HOT REALpictureStruct* Flippable(REALpictureStruct* dest, typename Source::Handle source, int32_t offset,
+                                             int32_t width, int32_t height, signed char flipVertically) {
   return Convert<Source, kLayout>(dest, source, offset, width, height, flipVertically != 0);
 }
 
 // (source, offset, width, height[, FlipVertically]): the same with no destination.
 template <typename Source, const SourceLayout& kLayout>
-REALpictureStruct* New(typename Source::Handle source, int32_t offset, int32_t width, int32_t height) {
+PIXELBRIDGE_HOT REALpictureStruct* New(typename Source::Handle source, int32_t offset, int32_t width, int32_t height) {
   return WithDest<Source, kLayout>(nullptr, source, offset, width, height);
 }
 template <typename Source, const SourceLayout& kLayout>
-REALpictureStruct* NewFlippable(typename Source::Handle source, int32_t offset, int32_t width, int32_t height,
-                                signed char flipVertically) {
+PIXELBRIDGE_HOT REALpictureStruct* NewFlippable(typename Source::Handle source, int32_t offset, int32_t width,
+                                                int32_t height, signed char flipVertically) {
   return Flippable<Source, kLayout>(nullptr, source, offset, width, height, flipVertically);
 }
 
