@@ -46,32 +46,38 @@ struct Prepared {
     return patternBytes + (-at & (alignof(RowPatterns) - 1));
   }
 };
+// What a thread keeps, in one thread-local object: a library's thread-local variable is found
+// through a call into the loader, one per variable, on every call that reads it.
 constexpr int kKept = 4;
-thread_local Prepared tKept[kKept];
-thread_local int tNext;
-thread_local int tLastFound;  // a program mostly converts in the layout of its last call
-thread_local int64_t tMadeReady;
+struct Kept {
+  Prepared entries[kKept];
+  int next;       // the entry made ready next, in turn
+  int lastFound;  // a program mostly converts in the layout of its last call: looked at first
+  int64_t madeReady;
 
-bool Holds(const Prepared& kept, const PixelMap& map, const ChoiceKey& choice) {
-  return kept.pick.kernel != nullptr && kept.choice == choice && PixelMap::SameBytes(kept.map, &map);
-}
-
-Prepared* Find(const PixelMap& map, const ChoiceKey& choice) {
-  if (Holds(tKept[tLastFound], map, choice)) return &tKept[tLastFound];
-  for (int index = 0; index < kKept; ++index)
-    if (Holds(tKept[index], map, choice)) return &tKept[tLastFound = index];
-  return nullptr;
-}
-
-// The next entry in turn that no converter holds, or null when every one is held.
-Prepared* Free() {
-  for (int tries = 0; tries < kKept; ++tries) {
-    Prepared& next = tKept[tLastFound = tNext];
-    tNext = (tNext + 1) % kKept;
-    if (next.users == 0) return &next;
+  Prepared* Find(const PixelMap& map, const ChoiceKey& choice) {
+    for (int tries = 0, index = lastFound; tries < kKept; ++tries, index = (index + 1) % kKept) {
+      const Prepared& entry = entries[index];
+      if (entry.pick.kernel != nullptr && entry.choice == choice && PixelMap::SameBytes(entry.map, &map))
+        return &entries[lastFound = index];
+    }
+    return nullptr;
   }
-  return nullptr;
-}
+
+  // The next entry in turn that no converter holds, or null when every one is held.
+  Prepared* Free() {
+    for (int tries = 0; tries < kKept; ++tries) {
+      Prepared& entry = entries[lastFound = next];
+      next = (next + 1) % kKept;
+      if (entry.users == 0) return &entry;
+    }
+    return nullptr;
+  }
+};
+thread_local Kept tKept;
+// Looked up once per call, through a call of its own: inline, the compiler looks the variable
+// up again (a call into the loader) at each use.
+PIXELBRIDGE_HOT [[gnu::noinline]] Kept& ThisThreadsKept() { return tKept; }
 
 bool ThroughTables(const PixelMap& map) {
   return map.table[0] != nullptr || map.table[1] != nullptr || map.table[2] != nullptr || map.table[3] != nullptr;
@@ -82,12 +88,13 @@ bool ThroughTables(const PixelMap& map) {
 PIXELBRIDGE_HOT RowConverter::RowConverter(const PixelMap& map, int64_t pixels) {
   const int64_t bytes = BytesMoved(map, pixels);
   const ChoiceKey choice = ActiveChoiceKey(bytes);
-  Prepared* entry = Find(map, choice);
+  Kept& kept = ThisThreadsKept();
+  Prepared* entry = kept.Find(map, choice);
   if (entry == nullptr) {
-    ++tMadeReady;
+    ++kept.madeReady;
     const Shape shape = ShapeOf(map);
     const KernelPick pick = PickKernel(shape, ActiveKernelTable()[shape], bytes);
-    entry = Free();
+    entry = kept.Free();
     if (entry == nullptr) {
       kernel_ = pick.kernel;
       patterns_ = MakeReady(map, pick, own_, words_);
@@ -120,4 +127,4 @@ PIXELBRIDGE_HOT RowConverter::~RowConverter() {
   if (users_ != nullptr) --*users_;
 }
 
-int64_t ConversionsMadeReady() { return tMadeReady; }
+int64_t ConversionsMadeReady() { return tKept.madeReady; }

@@ -55,8 +55,7 @@ PROBE void PixelbridgeProbeFailAllocationsFrom(int call) {
 //   reset by HoldKernelTableRow: gRowHeld
 //   keeps: ThisProcessor::processor LastLevelCacheBytes::bytes ActiveKernelTable::choices
 //          (the processor, its cache and its row of the kernel table: the same for every host)
-//   keeps: tKept tNext tLastFound tMadeReady (conversions made ready, found by their map and
-//          everything that chose them, where the last one was found, and how many were made)
+//   keeps: tKept (conversions made ready, found by their map and everything that chose them)
 
 // Puts every process-global back as it was when the library was loaded, so that a new host
 // can run REALPluginMain again: the cache slot of every host function, the host's version
