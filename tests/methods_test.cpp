@@ -69,7 +69,7 @@ TEST(Methods, EveryMethodOnEveryPictureFormat) {
 
 // What a call makes ready for its conversion is found again by a later call only if that call
 // would choose the same kernel: another row of the kernel table, another SIMD level or stores
-// around the caches make their own, and going back finds the first again.
+// around the caches make their own, and going back finds each again.
 TEST(Methods, KeptConversionsFollowTheChoiceOfKernel) {
   pixeltest::InHost(pixeltest::ProbeConfig(), [](refhost::Host& host) {
     const auto choose = pixeltest::Probe<pixeltest::ChooseKernels>(host, "PixelbridgeProbeChooseAs");
@@ -83,7 +83,7 @@ TEST(Methods, KeptConversionsFollowTheChoiceOfKernel) {
       int64_t made;  // conversions the call makes ready
     };
     for (const Step& step : {Step{first, INT64_MAX, 1}, Step{first, INT64_MAX, 0}, Step{first, 0, 1},
-                             Step{last, INT64_MAX, 1}, Step{first, INT64_MAX, 0}}) {
+                             Step{last, INT64_MAX, 1}, Step{first, INT64_MAX, 0}, Step{first, 0, 0}}) {
       SCOPED_TRACE(step.choice.Name() + (step.streamFrom == 0 ? ", streaming" : ""));
       ASSERT_TRUE(choose(step.choice.row, step.choice.level, step.streamFrom));
       const int64_t before = madeReady();
