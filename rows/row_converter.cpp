@@ -67,9 +67,9 @@ struct Kept {
   // The next entry in turn that no converter holds, or null when every one is held.
   Prepared* Free() {
     for (int tries = 0; tries < kKept; ++tries) {
-      Prepared& entry = entries[lastFound = next];
+      const int index = next;
       next = (next + 1) % kKept;
-      if (entry.users == 0) return &entry;
+      if (entries[index].users == 0) return &entries[lastFound = index];
     }
     return nullptr;
   }

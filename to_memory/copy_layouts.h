@@ -10,24 +10,22 @@
 // What one byte of a written pixel holds.
 enum class OutByte : uint8_t { kRed, kGreen, kBlue, kAlpha, kKeep };
 
+// A copy layout, kept as the maps made from it at compile time: a call copies its map and adds
+// its alpha or a channel's stride (made byte by byte on every call, the map cost a small
+// picture's copy more than moving its pixels).
 struct CopyLayout {
-  // How a written pixel is built: bytes 0 to bytesPerPixel − 1. kAlpha is the constant
-  // alpha or the mask's, kKeep a byte that is never written.
   uint8_t bytesPerPixel;  // 0 for single channels, whose stride is the call's PixelByteSize
-  OutByte bytes[4];
-  // Made with the layout: the map from each format group's pixels (by the group's number),
-  // without alpha, and the byte alpha goes to (PixelMap::kNone: none). A call copies its
-  // map and adds its alpha or a channel's stride: made byte by byte, the map cost a small
-  // picture's copy more than moving its pixels.
-  PixelMap fromGroup[3];
-  int8_t alphaAt;
+  PixelMap fromGroup[3];  // from each format group's pixels (by the group's number), without alpha
+  int8_t alphaAt;         // the byte alpha goes to (PixelMap::kNone: none)
 };
 
-// The layout whose written pixel is `bytes`, its maps made.
+// The layout whose written pixel is `bytes`: bytes 0 to bytesPerPixel − 1 (0 to 3 for a channel,
+// whose stride the call gives), kAlpha the constant alpha or the mask's, kKeep a byte that is
+// never written.
 constexpr CopyLayout MakeCopyLayout(uint8_t bytesPerPixel, const OutByte (&bytes)[4]) {
   static_assert(static_cast<int>(OutByte::kAlpha) == 3 && static_cast<int>(OutByte::kKeep) == 4);
   static_assert(static_cast<int>(FormatGroup::kRowTable) == 2, "the groups with pixels are numbered 0 to 2");
-  CopyLayout layout{bytesPerPixel, {bytes[0], bytes[1], bytes[2], bytes[3]}, {}, PixelMap::kNone};
+  CopyLayout layout{bytesPerPixel, {}, PixelMap::kNone};
   for (int group = 0; group < 3; ++group) {
     const PixelBytes source = PixelBytesOf(static_cast<FormatGroup>(group));
     // The source byte each kind of written byte takes (alpha and kept bytes take none).
