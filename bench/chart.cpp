@@ -64,7 +64,7 @@ void DrawChart(const std::vector<Row>& rows, const std::string& path) {
   const Plot own{image, ratios.bottom + 40 + kPlotHeight, 250.0};  // nanoseconds up to 250
   own.Grid({35, 50, 100, 150, 200, 250}, width, grid, black);
   Text(image, gdFontGetSmall(), kLeft, ratios.bottom + 18,
-       "the plug-in's own median ns per call (the host's calls taken off): 1x1 (dark), 64x64 (light)", black);
+       "the plug-in's own median ns per call (host calls answered from a record): 1x1 (dark), 64x64 (light)", black);
 
   for (size_t i = 0; i < methods.size(); ++i) {
     const int x = kLeft + static_cast<int>(i) * kBarWidth;

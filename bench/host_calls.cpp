@@ -1,8 +1,10 @@
-// Recording the host calls of a method call through stand-ins of the host's functions, and
-// making them again alone.
+// Recording the host calls of a method call through stand-ins of the host's functions, making
+// them again alone, and answering them from the record.
 #include "bench/host_calls.h"
 
 #include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <type_traits>
 #include <utility>
@@ -18,6 +20,16 @@ struct Recording {
   std::vector<uintptr_t> made;  // per call, the object (a pointer result) it gave; 0 for none
 };
 Recording* gRecording = nullptr;
+// While answering, the next recorded call to answer and the end of the record.
+const HostCall* gNextAnswer = nullptr;
+const HostCall* gAnswersEnd = nullptr;
+
+// A call answered out of turn means the plug-in took another path than when recorded, and
+// the times would be of something else: better no figure than a wrong one.
+[[noreturn]] void AnsweredOutOfTurn() {
+  fprintf(stderr, "pixelbench: a call answered from its record made other host calls than recorded\n");
+  abort();
+}
 
 // What out-arguments of the replay point at: the plug-in's were on its stack.
 template <typename T>
@@ -41,6 +53,20 @@ T FromWord(uintptr_t word) {
   if constexpr (std::is_pointer_v<T>) return reinterpret_cast<T>(word);
   else return static_cast<T>(word);
 }
+// What the host wrote through an out-argument, kept by the recording and written again by
+// an answer.
+template <typename T>
+void KeepOut(T argument, HostCall& call) {
+  if constexpr (kOutArgument<T>) {
+    static_assert(sizeof(*argument) <= sizeof(call.out), "an out-argument larger than a call keeps");
+    if (argument != nullptr) memcpy(call.out, argument, sizeof(*argument));
+  }
+}
+template <typename T>
+void GiveOut(T argument, const HostCall& call) {
+  if constexpr (kOutArgument<T>)
+    if (argument != nullptr) memcpy(argument, call.out, sizeof(*argument));
+}
 
 // The stand-in of one host function (Tag tells them apart): the host's function is `host`.
 template <typename Tag, typename Signature>
@@ -50,8 +76,9 @@ struct Recorder<Tag, R(A...)> {
   static inline R (*host)(A...) = nullptr;
 
   static R Call(A... args) {
+    if (gAnswersEnd != nullptr) return Answer(args...);
     if (gRecording == nullptr) return host(args...);
-    HostCall call{&Make, {}, {-1, -1, -1, -1}};
+    HostCall call{&Make, {}, {-1, -1, -1, -1}, 0, {}};
     const std::array<uintptr_t, sizeof...(A)> words = {ToWord(args)...};
     static_assert(sizeof...(A) <= HostCall::kMostWords, "a host function with more arguments than a call keeps");
     for (size_t k = 0; k < words.size(); ++k) {
@@ -63,13 +90,25 @@ struct Recorder<Tag, R(A...)> {
     const size_t index = gRecording->calls->size();
     gRecording->calls->push_back(call);
     gRecording->made.push_back(0);
+    HostCall& made = (*gRecording->calls)[index];
     if constexpr (std::is_void_v<R>) {
       host(args...);
+      (KeepOut(args, made), ...);
     } else {
       const R result = host(args...);
+      (KeepOut(args, made), ...);
+      made.result = ToWord(result);
       if constexpr (std::is_pointer_v<R>) gRecording->made[index] = ToWord(result);
       return result;
     }
+  }
+
+  // The host's side of the call as the record has it, the host not called.
+  static R Answer(A... args) {
+    if (gNextAnswer == gAnswersEnd || gNextAnswer->make != &Make) AnsweredOutOfTurn();
+    const HostCall& call = *gNextAnswer++;
+    (GiveOut(args, call), ...);
+    if constexpr (!std::is_void_v<R>) return FromWord<R>(call.result);
   }
 
   // The call made again, through the stand-in as the plug-in's was, so that what the stand-in
@@ -107,11 +146,32 @@ void* RecordingResolver(const char* name) {
 HostCalls::HostCalls(refhost::Host& host, const std::function<uintptr_t()>& call) : host_(host) {
   Recording recording{&calls_, {}};
   gRecording = &recording;
-  const uintptr_t returned = call();
+  returned_ = call();
   gRecording = nullptr;
-  for (size_t i = recording.made.size(); returned != 0 && i-- > 0 && returnedBy_ < 0;)
-    if (recording.made[i] == returned) returnedBy_ = static_cast<int>(i);
+  for (size_t i = recording.made.size(); returned_ != 0 && i-- > 0 && returnedBy_ < 0;)
+    if (recording.made[i] == returned_) returnedBy_ = static_cast<int>(i);
   results_.resize(calls_.size());
+}
+
+HostCalls::~HostCalls() {
+  if (returned_ != 0) host_.Release(host_.Find(reinterpret_cast<void*>(returned_)));
+}
+
+void HostCalls::BeginAnswers() const {
+  gNextAnswer = calls_.data();
+  gAnswersEnd = calls_.data() + calls_.size();
+}
+
+void HostCalls::EndAnswers() const {
+  if (gNextAnswer != gAnswersEnd) AnsweredOutOfTurn();
+  gAnswersEnd = gNextAnswer = nullptr;
+}
+
+void HostCalls::RunAnswers(bool call) const {
+  uintptr_t kept = 0;
+  for (const HostCall& made : calls_)
+    kept ^= call ? made.make(made.words) : made.words[0] ^ made.words[1] ^ made.words[2] ^ made.words[3];
+  kept_ = kept;  // so that no walk is left out
 }
 
 void HostCalls::Run(bool call) const {

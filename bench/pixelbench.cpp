@@ -45,50 +45,64 @@ int CallsFor(F&& f) {
 
 // The method, memcpy and the nearest conversion (when there is one) timed in turn, round
 // after round, each round long enough to read the clock well; with the method's host calls
-// (when given) made alone, and walked without calling the host (the replay's own work).
-template <typename M, typename C, typename N>
-Row TimeAlternating(std::string layout, Size size, M&& method, C&& copy, N&& nearest, bool withNearest,
+// (when given) made alone, walked without calling the host (the replay's own work), and
+// answered from their record, alone and in the method's call.
+template <typename M, typename A, typename C, typename N>
+Row TimeAlternating(std::string layout, Size size, M&& method, A&& answered, C&& copy, N&& nearest, bool withNearest,
                     std::string nearestName, int rounds, const bench::HostCalls* hostCalls = nullptr) {
   auto replay = [hostCalls] { hostCalls->Replay(); };
   auto walk = [hostCalls] { hostCalls->Walk(); };
+  auto answers = [hostCalls] { hostCalls->ReplayAnswers(); };
+  auto answersWalk = [hostCalls] { hostCalls->WalkAnswers(); };
+  const bool host = hostCalls != nullptr;
   const int methodCalls = CallsFor(method), copyCalls = CallsFor(copy);
   const int nearestCalls = withNearest ? CallsFor(nearest) : 0;
-  const int replayCalls = hostCalls != nullptr ? CallsFor(replay) : 0;
-  const int walkCalls = hostCalls != nullptr ? CallsFor(walk) : 0;
+  const int replayCalls = host ? CallsFor(replay) : 0, walkCalls = host ? CallsFor(walk) : 0;
+  const int answeredCalls = host ? CallsFor(answered) : 0, answersCalls = host ? CallsFor(answers) : 0;
+  const int answersWalkCalls = host ? CallsFor(answersWalk) : 0;
   std::vector<double> methodTimes, copyTimes, nearestTimes, replayTimes, walkTimes;
+  std::vector<double> answeredTimes, answersTimes, answersWalkTimes;
   for (int round = 0; round < rounds; ++round) {
     methodTimes.push_back(PerCall(method, methodCalls));
     copyTimes.push_back(PerCall(copy, copyCalls));
     if (withNearest) nearestTimes.push_back(PerCall(nearest, nearestCalls));
-    if (hostCalls == nullptr) continue;
+    if (!host) continue;
     replayTimes.push_back(PerCall(replay, replayCalls));
     walkTimes.push_back(PerCall(walk, walkCalls));
+    answeredTimes.push_back(PerCall(answered, answeredCalls));
+    answersTimes.push_back(PerCall(answers, answersCalls));
+    answersWalkTimes.push_back(PerCall(answersWalk, answersWalkCalls));
   }
   Row row;
   row.layout = std::move(layout), row.size = size, row.nearestName = std::move(nearestName);
   row.method = Summarise(methodTimes), row.copy = Summarise(copyTimes);
   if (withNearest) row.nearest = Summarise(nearestTimes);
-  if (hostCalls != nullptr) {
+  if (host) {
     const Times replayed = Summarise(replayTimes), walked = Summarise(walkTimes);
+    const Times answering = Summarise(answersTimes), answersWalked = Summarise(answersWalkTimes);
     row.hostCalls = hostCalls->size();
     row.host = {replayed.best - walked.best, replayed.median - walked.median};
+    row.answered = Summarise(answeredTimes);
+    row.answers = {answering.best - answersWalked.best, answering.median - answersWalked.median};
   }
   return row;
 }
 
-// Best and median times, the plug-in's own time, then the ratios to memcpy, to libyuv, and
-// to libyuv and the method's host calls made alone.
+// Best and median times, the plug-in's own time (best and median, then best beside the
+// reference host), then the ratios to memcpy, to libyuv, and to libyuv and the method's host
+// calls made alone.
 void PrintHeader(Size size) {
-  printf("\n%-31s %8s %8s %5s %7s %6s %6s %8s %11s %8s %11s %6s\n",
+  printf("\n%-31s %8s %8s %5s %7s %6s %6s %6s %8s %11s %8s %11s %6s\n",
          (std::to_string(size.width) + "x" + std::to_string(size.height)).c_str(), "best", "median", "calls", "host",
-         "own", "median", "memcpy", "/memcpy", "libyuv", "/libyuv", "/l+h");
+         "own", "median", "beside", "memcpy", "/memcpy", "libyuv", "/libyuv", "/l+h");
 }
 
 void PrintRow(const Row& row) {
   printf("%-31s %8.0f %8.0f", row.layout.c_str(), row.method.best, row.method.median);
   if (row.hostCalls > 0)
-    printf(" %5zu %7.0f %6.0f %6.0f", row.hostCalls, row.host.best, row.own().best, row.own().median);
-  else printf(" %5s %7s %6s %6s", "", "", "", "");
+    printf(" %5zu %7.0f %6.0f %6.0f %6.0f", row.hostCalls, row.host.best, row.own().best, row.own().median,
+           row.ownBesideHost().best);
+  else printf(" %5s %7s %6s %6s %6s", "", "", "", "", "");
   printf(" %8.0f %5.2f %5.2f", row.copy.best, row.method.best / row.copy.best, row.method.median / row.copy.median);
   if (row.nearest.best > 0) {
     printf(" %8.0f %5.2f %5.2f", row.nearest.best, row.method.best / row.nearest.best,
@@ -219,8 +233,9 @@ int main(int argc, char** argv) {
   printf(
       "nanoseconds per call, best and median of %d rounds of %g ms; method, memcpy, libyuv and the method's host "
       "calls\n"
-      "(their number, made alone) alternate on the same buffers; own: the method's time less the host's;\n"
-      "/l+h: the method's best time over libyuv's and the host calls' together\n",
+      "(their number, made alone) alternate on the same buffers; own: the method's time with its host calls\n"
+      "answered from a record of them, less the answers'; beside: the method's time less its host calls made "
+      "alone;\n/l+h: the method's best time over libyuv's and the host calls' together\n",
       rounds, gRoundNs / 1e6);
   std::vector<Row> rows;
   for (const Size& size : sizes) {
@@ -239,7 +254,7 @@ int main(int argc, char** argv) {
       // part of every method that returns a new picture. Its memcpy is that of those methods.
       auto make = [&] { host.Release(host.MakeHostPicture(size.width, size.height)); };
       const Row row = TimeAlternating(
-          "(host newPicture alone)", size, make, subjects.back().copy, [] {}, false, "", rounds);
+          "(host newPicture alone)", size, make, [] {}, subjects.back().copy, [] {}, false, "", rounds);
       PrintRow(row);
       rows.push_back(row);
     }
@@ -247,7 +262,9 @@ int main(int argc, char** argv) {
       if (!filter.empty() && subject.layout.find(filter) == std::string::npos) continue;
       const Invoker method(host, subject);
       const bench::HostCalls hostCalls(host, [&] { return method.Returned(); });
-      const Row row = TimeAlternating(subject.layout, size, method, subject.copy, subject.nearest, true,
+      // The picture an answered call returns is the recorded call's, which the record holds.
+      auto answered = [&] { hostCalls.Answering([&] { method.Returned(); }); };
+      const Row row = TimeAlternating(subject.layout, size, method, answered, subject.copy, subject.nearest, true,
                                       subject.nearestName, rounds, &hostCalls);
       PrintRow(row);
       rows.push_back(row);
@@ -260,7 +277,8 @@ int main(int argc, char** argv) {
     std::ofstream csv(csvPath);
     csv << "method,width,height,best_ns,median_ns,memcpy_best_ns,memcpy_median_ns,nearest,nearest_best_ns,"
            "nearest_median_ns,memcpy_best_ratio,memcpy_median_ratio,nearest_best_ratio,nearest_median_ratio,"
-           "host_calls,host_best_ns,host_median_ns,own_best_ns,own_median_ns,nearest_host_best_ratio\n";
+           "host_calls,host_best_ns,host_median_ns,own_best_ns,own_median_ns,nearest_host_best_ratio,"
+           "own_beside_host_best_ns,own_beside_host_median_ns\n";
     for (const Row& row : rows) {
       const bool near = row.nearest.best > 0;
       csv << '"' << row.layout << "\"," << row.size.width << ',' << row.size.height << ',' << row.method.best << ','
@@ -269,7 +287,8 @@ int main(int argc, char** argv) {
           << row.method.median / row.copy.median << ',' << (near ? row.method.best / row.nearest.best : 0) << ','
           << (near ? row.method.median / row.nearest.median : 0) << ',' << row.hostCalls << ',' << row.host.best << ','
           << row.host.median << ',' << row.own().best << ',' << row.own().median << ','
-          << (near && row.hostCalls > 0 ? row.method.best / (row.nearest.best + row.host.best) : 0) << '\n';
+          << (near && row.hostCalls > 0 ? row.method.best / (row.nearest.best + row.host.best) : 0) << ','
+          << row.ownBesideHost().best << ',' << row.ownBesideHost().median << '\n';
     }
     printf("\nwrote %s\n", csvPath.c_str());
   }

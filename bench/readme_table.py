@@ -21,7 +21,7 @@ def ratios(row, baseline):
 
 
 def small(row):
-    """A small picture's best time per call and the plug-in's own (best less the host's), in nanoseconds."""
+    """A small picture's best time per call and the plug-in's own (host calls answered), in nanoseconds."""
     if not row:
         return ""
     if int(row['host_calls']) == 0:
