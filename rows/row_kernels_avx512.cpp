@@ -10,7 +10,8 @@
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #endif
-#define PIXELBRIDGE_TARGET "avx512f,avx512bw,avx512vbmi"
+// PREFETCHW too, which every processor with these has.
+#define PIXELBRIDGE_TARGET "avx512f,avx512bw,avx512vbmi,prfchw"
 #define PIXELBRIDGE_VECTOR_BYTES 64
 #include "rows/x86_kernels-inl.h"
 
