@@ -67,10 +67,30 @@ PIXELBRIDGE_ROW_ENTRY void ThreeToFour(const uint8_t* src, const uint8_t*, uint8
                                        const RowPatterns& p) {
   PermuteRow<3, 4, false>(src, dst, pixels, p);
 }
+// Gray samples, sixty-four a step: each output vector is one permute of them, the sixteen-
+// pixel pattern's indexes moved on by sixteen samples a vector.
+PIXELBRIDGE_KERNEL inline int32_t SpreadWhole(const uint8_t* src, uint8_t* dst, int32_t pixels, const RowPatterns& p) {
+  const Vec fill = _mm512_loadu_si512(p.wideFill);
+  Vec index[4];
+#pragma GCC unroll 4
+  for (int v = 0; v < 4; ++v)
+    index[v] = _mm512_add_epi8(_mm512_loadu_si512(p.wide), _mm512_set1_epi8(static_cast<char>(16 * v)));
+  int32_t x = 0;
+  for (; x + 64 <= pixels; x += 64) {
+    const Vec samples = _mm512_loadu_si512(src + x);
+#pragma GCC unroll 4
+    for (int v = 0; v < 4; ++v)
+      _mm512_storeu_si512(dst + 4 * x + 64 * v,
+                          Or(_mm512_maskz_permutexvar_epi8(p.wideTaken, index[v], samples), fill));
+  }
+  return x;
+}
+
 template <Stores>
 PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, const uint8_t*, uint8_t* dst, int32_t pixels,
                                      const RowPatterns& p) {
-  Permute<false>(src, dst, pixels, p);
+  const int32_t done = pixels >= 64 ? SpreadWhole(src, dst, pixels, p) : 0;
+  Permute<false>(src + done, dst + 4 * done, pixels - done, p);
 }
 
 // Byte j of the first output vector of gray pixels takes pixel j / 4's byte from the first
