@@ -93,25 +93,14 @@ PIXELBRIDGE_ROW_ENTRY void OneToFour(const uint8_t* src, const uint8_t*, uint8_t
   Permute<false>(src + done, dst + 4 * done, pixels - done, p);
 }
 
-// Byte j of the first output vector of gray pixels takes pixel j / 4's byte from the first
-// vector of a permute's pair (bytes 0 and 2 of a pixel) or the second (bytes 1 and 3);
-// output vector v's indexes are these plus 16 v.
-struct SpreadIndexes {
-  uint8_t bytes[64];
-};
-constexpr SpreadIndexes MakeSpreadIndexes() {
-  SpreadIndexes spread{};
-  for (int j = 0; j < 64; ++j) spread.bytes[j] = static_cast<uint8_t>((j & 1) * 64 + j / 4);
-  return spread;
-}
-alignas(64) constexpr SpreadIndexes kSpread = MakeSpreadIndexes();
-
 // Sixty-four samples a step. Each table sits in four vectors; a sample's low seven bits pick
-// a byte from one pair of them, its top bit the pair. The four bytes of each pixel are then
-// spread into place: output vector v takes bytes 0 and 1 of a pixel from one two-vector
-// permute, bytes 2 and 3 from another. The last samples as one masked step.
+// a byte from one pair of them, its top bit the pair. In-lane unpacks then interleave the
+// four channels' bytes into pixels, channels 0 with 1 and 2 with 3, then the pairs: output
+// vector v's lane L gets the samples at dword 4L + v, so the samples are first put there
+// from dword 4v + L. (Four byte permutes of the looked-up bytes, in place of the unpacks, ran
+// the step 1.5 times as long.) The last samples as one masked step.
 PIXELBRIDGE_KERNEL inline void TableSteps(const uint8_t* src, uint8_t* dst, int32_t pixels, const PixelMap& map) {
-  Vec tables[4][4], fills[4], spread[4];
+  Vec tables[4][4], fills[4];
   bool looked[4];
 #pragma GCC unroll 4
   for (int k = 0; k < 4; ++k) {
@@ -120,33 +109,35 @@ PIXELBRIDGE_KERNEL inline void TableSteps(const uint8_t* src, uint8_t* dst, int3
       tables[k][part] = looked[k] ? _mm512_loadu_si512(map.table[k] + 64 * part) : _mm512_setzero_si512();
     fills[k] = _mm512_set1_epi8(static_cast<char>(map.fill[k]));
   }
-#pragma GCC unroll 4
-  for (int v = 0; v < 4; ++v)
-    spread[v] = _mm512_add_epi8(_mm512_load_si512(kSpread.bytes), _mm512_set1_epi8(static_cast<char>(16 * v)));
-  constexpr __mmask64 kHighBytes = 0xCCCCCCCCCCCCCCCCull;  // bytes 2 and 3 of every pixel
+  const Vec order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
   // The pixels of `samples` into the first `bytes` bytes at `out`.
   const auto step = [&](const Vec samples, uint8_t* out, int bytes) PIXELBRIDGE_KERNEL {
-    const __mmask64 top = _mm512_movepi8_mask(samples);
+    const Vec placed = _mm512_permutexvar_epi32(order, samples);
+    const __mmask64 top = _mm512_movepi8_mask(placed);
     Vec looks[4];
 #pragma GCC unroll 4
     for (int k = 0; k < 4; ++k) {
       looks[k] = fills[k];
       if (!looked[k]) continue;
-      const Vec low = _mm512_permutex2var_epi8(tables[k][0], samples, tables[k][1]);
-      const Vec high = _mm512_permutex2var_epi8(tables[k][2], samples, tables[k][3]);
+      const Vec low = _mm512_permutex2var_epi8(tables[k][0], placed, tables[k][1]);
+      const Vec high = _mm512_permutex2var_epi8(tables[k][2], placed, tables[k][3]);
       looks[k] = Or(_mm512_mask_blend_epi8(top, low, high), fills[k]);
     }
+    const Vec first01 = _mm512_unpacklo_epi8(looks[0], looks[1]), last01 = _mm512_unpackhi_epi8(looks[0], looks[1]);
+    const Vec first23 = _mm512_unpacklo_epi8(looks[2], looks[3]), last23 = _mm512_unpackhi_epi8(looks[2], looks[3]);
+    const Vec made[4] = {_mm512_unpacklo_epi16(first01, first23), _mm512_unpackhi_epi16(first01, first23),
+                         _mm512_unpacklo_epi16(last01, last23), _mm512_unpackhi_epi16(last01, last23)};
 #pragma GCC unroll 4
     for (int v = 0; v < 4; ++v) {
       const int left = bytes - 64 * v < 64 ? bytes - 64 * v : 64;
-      if (left <= 0) continue;
-      const Vec first = _mm512_permutex2var_epi8(looks[0], spread[v], looks[1]);
-      const Vec second = _mm512_permutex2var_epi8(looks[2], spread[v], looks[3]);
-      const Vec made = _mm512_mask_blend_epi8(kHighBytes, first, second);
-      StoreBytes(out + 64 * v, made, left);
+      if (left > 0) StoreBytes(out + 64 * v, made[v], left);
     }
   };
   int32_t x = 0;
+  for (; x + 128 <= pixels; x += 128) {
+    step(_mm512_loadu_si512(src + x), dst + 4 * x, 256);
+    step(_mm512_loadu_si512(src + x + 64), dst + 4 * x + 256, 256);
+  }
   for (; x + 64 <= pixels; x += 64) step(_mm512_loadu_si512(src + x), dst + 4 * x, 256);
   if (x < pixels) step(LoadBytes(src + x, pixels - x), dst + 4 * x, 4 * (pixels - x));
 }

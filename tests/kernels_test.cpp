@@ -168,8 +168,8 @@ TEST(Kernels, EveryKernelMatchesThePlainRow) {
         }
 }
 
-// Tables from tint factors and from integers, 16 entries a step where the processor can,
-// against their plain loops: factors around every shortcut and limit, and 300 drawn; values
+// Tables from tint factors and from integers, 16 or 64 entries a step where the processor
+// can, at every level it has, against their plain loops: factors around every shortcut and limit, and 300 drawn; values
 // beyond 16 and 32 bits either way, counts around whole steps.
 TEST(Kernels, GrayTablesMatchThePlainLoops) {
   std::mt19937 draw(11);
@@ -178,16 +178,20 @@ TEST(Kernels, GrayTablesMatchThePlainLoops) {
   std::vector<int32_t> values = {INT32_MIN, -32769, -32768, -1, 0, 1, 255, 256, 32767, 32768, INT32_MAX};
   while (values.size() < 256) values.push_back(static_cast<int32_t>(draw()) >> (values.size() % 25));
   uint8_t fast[256], plain[256];
-  for (int32_t factor : factors) {
-    MakeTintTable(factor, fast);
-    MakeTintTablePlain(factor, plain);
-    ASSERT_EQ(memcmp(fast, plain, sizeof fast), 0) << "factor " << factor;
+  for (int level = 0; level <= static_cast<int>(DetectedSimdLevel()); ++level) {
+    HoldSimdLevel(level);
+    for (int32_t factor : factors) {
+      MakeTintTable(factor, fast);
+      MakeTintTablePlain(factor, plain);
+      ASSERT_EQ(memcmp(fast, plain, sizeof fast), 0) << "factor " << factor << ", level " << level;
+    }
+    for (int32_t count : {-1, 0, 1, 15, 16, 17, 63, 64, 65, 127, 128, 200, 255, 256}) {
+      MakeClampedTable(values.data(), count, fast);
+      MakeClampedTablePlain(values.data(), count, plain);
+      ASSERT_EQ(memcmp(fast, plain, sizeof fast), 0) << "count " << count << ", level " << level;
+    }
   }
-  for (int32_t count : {-1, 0, 1, 15, 16, 17, 200, 255, 256}) {
-    MakeClampedTable(values.data(), count, fast);
-    MakeClampedTablePlain(values.data(), count, plain);
-    ASSERT_EQ(memcmp(fast, plain, sizeof fast), 0) << "count " << count;
-  }
+  HoldSimdLevel(-1);
 }
 
 #if PIXELBRIDGE_X86
