@@ -124,7 +124,9 @@ Processor Detect() {
 int64_t DetectLastLevelCache() { return 0; }
 #endif
 
-int gHeld = -1;  // -1: not held
+// The level held to, at most the detected one; -1: not held. Worked out when held, not on
+// each of the several reads a call makes.
+int gHeld = -1;
 
 }  // namespace
 
@@ -135,13 +137,14 @@ PIXELBRIDGE_HOT const Processor& ThisProcessor() {
 
 PIXELBRIDGE_HOT SimdLevel DetectedSimdLevel() { return ThisProcessor().level; }
 
-PIXELBRIDGE_HOT int HeldSimdLevel() {
-  return gHeld < 0 ? -1 : gHeld < static_cast<int>(DetectedSimdLevel()) ? gHeld : static_cast<int>(DetectedSimdLevel());
+PIXELBRIDGE_HOT int HeldSimdLevel() { return gHeld; }
+
+void HoldSimdLevel(int level) {
+  const int detected = static_cast<int>(DetectedSimdLevel());
+  gHeld = level < 0 ? -1 : level < detected ? level : detected;
 }
 
-void HoldSimdLevel(int level) { gHeld = level; }
-
-SimdLevel ActiveSimdLevel() {
+PIXELBRIDGE_HOT SimdLevel ActiveSimdLevel() {
   return HeldSimdLevel() >= 0 ? static_cast<SimdLevel>(HeldSimdLevel()) : DetectedSimdLevel();
 }
 
