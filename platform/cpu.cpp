@@ -145,7 +145,7 @@ void HoldSimdLevel(int level) {
 }
 
 PIXELBRIDGE_HOT SimdLevel ActiveSimdLevel() {
-  return HeldSimdLevel() >= 0 ? static_cast<SimdLevel>(HeldSimdLevel()) : DetectedSimdLevel();
+  return gHeld >= 0 ? static_cast<SimdLevel>(gHeld) : ThisProcessor().level;
 }
 
 const char* SimdLevelName(SimdLevel level) {
