@@ -288,7 +288,8 @@ int main(int argc, char** argv) {
           << (near ? row.method.median / row.nearest.median : 0) << ',' << row.hostCalls << ',' << row.host.best << ','
           << row.host.median << ',' << row.own().best << ',' << row.own().median << ','
           << (near && row.hostCalls > 0 ? row.method.best / (row.nearest.best + row.host.best) : 0) << ','
-          << row.ownBesideHost().best << ',' << row.ownBesideHost().median << '\n';
+          << (row.hostCalls > 0 ? row.ownBesideHost().best : 0) << ','
+          << (row.hostCalls > 0 ? row.ownBesideHost().median : 0) << '\n';
     }
     printf("\nwrote %s\n", csvPath.c_str());
   }
