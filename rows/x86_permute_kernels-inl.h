@@ -110,10 +110,9 @@ PIXELBRIDGE_KERNEL inline void TableSteps(const uint8_t* src, uint8_t* dst, int3
       tables[k][part] = looked[k] ? _mm512_loadu_si512(map.table[k] + 64 * part) : _mm512_setzero_si512();
     fills[k] = _mm512_set1_epi8(static_cast<char>(map.fill[k]));
   }
-  const Vec order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
   // The pixels of `samples` into the first `bytes` bytes at `out`.
   const auto step = [&](const Vec samples, uint8_t* out, int bytes) PIXELBRIDGE_KERNEL {
-    const Vec placed = _mm512_permutexvar_epi32(order, samples);
+    const Vec placed = GroupsInOrder(samples);  // dword 4v + L to 4L + v: the same transpose
     const __mmask64 top = _mm512_movepi8_mask(placed);
     Vec looks[4];
 #pragma GCC unroll 4
