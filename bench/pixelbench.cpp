@@ -78,12 +78,10 @@ Row TimeAlternating(std::string layout, Size size, M&& method, A&& answered, C&&
   row.method = Summarise(methodTimes), row.copy = Summarise(copyTimes);
   if (withNearest) row.nearest = Summarise(nearestTimes);
   if (host) {
-    const Times replayed = Summarise(replayTimes), walked = Summarise(walkTimes);
-    const Times answering = Summarise(answersTimes), answersWalked = Summarise(answersWalkTimes);
     row.hostCalls = hostCalls->size();
-    row.host = {replayed.best - walked.best, replayed.median - walked.median};
+    row.host = Summarise(replayTimes) - Summarise(walkTimes);
     row.answered = Summarise(answeredTimes);
-    row.answers = {answering.best - answersWalked.best, answering.median - answersWalked.median};
+    row.answers = Summarise(answersTimes) - Summarise(answersWalkTimes);
   }
   return row;
 }

@@ -15,6 +15,8 @@ struct Size {
 // Best and median of one thing's rounds, in nanoseconds per call.
 struct Times {
   double best = 0, median = 0;
+  // One time less another, best from best and median from median.
+  Times operator-(const Times& other) const { return {best - other.best, median - other.median}; }
 };
 
 struct Row {
@@ -29,10 +31,10 @@ struct Row {
   // The method's time with its host calls answered from their record, and the answers' own.
   Times answered, answers;
   // The plug-in's own time: the call with its host calls answered, less the answers.
-  Times own() const { return {answered.best - answers.best, answered.median - answers.median}; }
+  Times own() const { return answered - answers; }
   // Beside the reference host: the method's time less its host calls made alone. It also
   // counts what the host's functions cost the plug-in's code (caches, branch history).
-  Times ownBesideHost() const { return {method.best - host.best, method.median - host.median}; }
+  Times ownBesideHost() const { return method - host; }
 };
 
 // Two charts in one picture: the 1920 × 1080 rows' median times against memcpy (bars) and
